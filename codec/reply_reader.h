@@ -1,0 +1,78 @@
+// Reads the records of a store reply: {"ret": ..., "totalCounts": ..., "overThreshold": ..., "datas": [{...},
+// ...]}.
+#pragma once
+
+#include "util/fixed_text.h"
+#include "util/json_members.h"
+
+#include <korvane/metadata_records.h>
+
+#include <string>
+#include <vector>
+
+namespace korvane {
+
+/// The "ret" of a store that has nothing to return.
+constexpr int ret_nothing = -101;
+
+/// The reading half of a kind's member list; record_writer is the writing half. A member that the row lacks
+/// leaves its field as it is. Texts longer than their field are cut.
+class reply_row {
+public:
+    explicit reply_row(json_object* row)
+        : row_(row)
+    {
+    }
+
+    template <std::size_t size>
+    void text(const char* name, char (&field)[size])
+    {
+        if (json_object* value = json_member(row_, name)) {
+            cut(field, json_text(value));
+        }
+    }
+
+    template <std::size_t size>
+    void write_only_text(const char* /*name*/, char (&/*field*/)[size])
+    {
+    }
+
+    void time(const char* name, long long& milliseconds)
+    {
+        if (json_object* value = json_member(row_, name)) {
+            milliseconds = json_text_number(value);
+        }
+    }
+
+    void number_unless(int /*absent*/, const char* name, int& value) { get_json_int(row_, name, &value); }
+
+    void vertex_pairs(const char* name, std::vector<Tposition_xy>& polygon);
+
+private:
+    json_object* row_;
+};
+
+/// A reply parsed, its head read.
+struct store_reply {
+    json_owner tree;
+    json_elements rows{nullptr};
+};
+
+/// Sets `ret` when the reply has one; then, unless it is ret_nothing, `total` (0 when the reply has none) and
+/// `over` (when it has one). A reply that is not JSON or does not count has no rows.
+store_reply open_reply(const std::string& reply, int& ret, long long& total, int& over);
+
+/// Appends the records of `reply` to `records`; `members` is the kind's member list.
+template <class Record, class Members>
+void read_records(const std::string& reply, std::vector<Record>& records, int& ret, long long& total,
+                  int& over, Members members)
+{
+    const store_reply opened = open_reply(reply, ret, total, over);
+    records.reserve(records.size() + opened.rows.size());
+    for (json_object* element : opened.rows) {
+        reply_row row(element);
+        members(row, records.emplace_back());
+    }
+}
+
+} // namespace korvane

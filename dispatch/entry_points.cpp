@@ -1,0 +1,155 @@
+#include "dispatch/kinds.h"
+#include "log/korvane_log.h"
+#include "util/fixed_text.h"
+#include "util/guarded.h"
+#include "util/json_members.h"
+
+#include <korvane/ai_metadata.h>
+
+#include <cstdlib>
+#include <cstring>
+
+namespace korvane {
+
+namespace {
+
+struct kind {
+    const char* name;
+    int (*add)(json_object* request, char* kind_name, char* timestamp_text);
+    unsigned int (*query)(json_object* request, json_object*& answer);
+    const char* add_failed;
+    const char* query_failed;
+};
+
+// clang-format off
+constexpr kind kinds[] = {
+    {"HumanDetection", add_human_metadata, query_human_metadata, "failed to add humana metadata", "query humana metadata failed"},
+};
+// clang-format on
+
+const kind* find_kind(json_object* name)
+{
+    const std::string_view text = json_text(name);
+    for (const kind& candidate : kinds) {
+        if (text == candidate.name) {
+            return &candidate;
+        }
+    }
+    return nullptr;
+}
+
+int insert(json_object* request)
+{
+    constexpr const char* here = "insert_ai_metadata";
+    json_object* timestamp = json_member(request, "timestamp");
+    if (timestamp == nullptr) {
+        log_debug("%s(%d)- [korvane] get timestamp failed ", here, __LINE__);
+        return as_int(result_bad_request);
+    }
+    char timestamp_text[24];
+    abort_if_long(timestamp_text, json_text(timestamp), "timestamp");
+
+    json_object* results = json_array_member(request, "results");
+    if (results == nullptr) {
+        log_debug("%s(%d)- [korvane] get function_result failed ", here, __LINE__);
+        return as_int(result_bad_request);
+    }
+    for (json_object* result : json_elements(results)) {
+        json_object* function_name = json_member(result, "function_name");
+        if (function_name == nullptr) {
+            log_debug("%s(%d)- [korvane] get function_name failed ", here, __LINE__);
+            return as_int(result_bad_request);
+        }
+        const kind* matched = find_kind(function_name);
+        if (matched == nullptr) {
+            log_debug("%s(%d)- [korvane] invalid funcName ", here, __LINE__);
+            return as_int(result_unknown_kind);
+        }
+        // The handler gets the whole request and walks all of its results, once for each element of its kind.
+        char kind_name[24];
+        abort_if_long(kind_name, matched->name, "function_name");
+        if (const int code = matched->add(request, kind_name, timestamp_text)) {
+            log_debug("%s(%d)- [korvane] %s, ret = %d", here, __LINE__, matched->add_failed, code);
+            return code;
+        }
+    }
+    return as_int(result_ok);
+}
+
+int query(json_object* request, json_owner& answer)
+{
+    constexpr const char* here = "query_ai_metadata";
+    json_object* metadata = json_member(request, "metadata");
+    if (metadata == nullptr) {
+        log_debug("%s(%d)- [korvane] get metadata failed ", here, __LINE__);
+        return as_int(result_bad_request);
+    }
+    json_object* function_name = json_member(metadata, "function_name");
+    if (function_name == nullptr) {
+        log_debug("%s(%d)- [korvane] get function_name failed ", here, __LINE__);
+        return as_int(result_bad_request);
+    }
+    const kind* matched = find_kind(function_name);
+    if (matched == nullptr) {
+        log_debug("%s(%d)- [korvane] invalid funcName ", here, __LINE__);
+        return as_int(result_unknown_kind);
+    }
+    answer = make_json_object();
+    json_object* filled = answer.get();
+    const auto code = static_cast<int>(matched->query(request, filled));
+    if (code != 0) {
+        log_debug("%s(%d)- [korvane] %s, ret = %d", here, __LINE__, matched->query_failed, code);
+    }
+    return code;
+}
+
+/// The text as a block of its own, which the caller releases with free.
+char* copy_to_host(std::string_view text)
+{
+    auto* copy = static_cast<char*>(std::malloc(text.size() + 1));
+    if (copy == nullptr) {
+        throw std::bad_alloc();
+    }
+    std::memcpy(copy, text.data(), text.size());
+    copy[text.size()] = '\0';
+    return copy;
+}
+
+} // namespace
+
+/// Parses a query's text. A successful query keeps this tree, on purpose: it is the one block that a call
+/// leaves behind. A function of its own, so that leak checkers can be told of this block alone.
+[[gnu::noinline]] json_owner parse_query_text(const char* text)
+{
+    return parse_json(text);
+}
+
+} // namespace korvane
+
+int insert_ai_metadata(void* json_text)
+{
+    if (json_text == nullptr) {
+        return korvane::as_int(korvane::result_null_request);
+    }
+    return korvane::guarded(__func__, [&] {
+        // A text that is no JSON has no members: its "timestamp" is missing.
+        return korvane::insert(korvane::parse_json(static_cast<const char*>(json_text)).get());
+    });
+}
+
+int query_ai_metadata(void* json_text, void** answer)
+{
+    if (json_text == nullptr || answer == nullptr) {
+        return korvane::as_int(korvane::result_null_request);
+    }
+    return korvane::guarded(__func__, [&] {
+        korvane::json_owner request = korvane::parse_query_text(static_cast<const char*>(json_text));
+        korvane::json_owner filled;
+        const int code = korvane::query(request.get(), filled);
+        if (code == 0) {
+            *answer = korvane::copy_to_host(korvane::json_text(filled.get()));
+            static_cast<void>(request.release());
+        }
+        return code;
+    });
+}

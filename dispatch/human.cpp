@@ -1,0 +1,128 @@
+#include "dispatch/ingest_steps.h"
+#include "dispatch/kinds.h"
+#include "dispatch/query_steps.h"
+#include "store/ai_CDataBaseComm.h"
+#include "util/fixed_text.h"
+
+#include <ctime>
+
+namespace korvane {
+
+namespace {
+
+constexpr ingest_log human_ingest{"add_human_metadata", {}};
+constexpr report_keys human_keys{"appID", "appName", "version"};
+
+/// Stores one detected person.
+int add_human(json_object* object, const report_header& report, const result_header& result)
+{
+    human_detection_metadata_information record;
+    json_object* position =
+        json_array_member(object, "position"); // a person without one is stored all the same
+    if (const int code = read_vertices(position, human_ingest, record.positions)) {
+        return code;
+    }
+    fill_header(record, report, result, abort_if_long);
+    abort_if_long(record.description, json_text(json_member(object, "description")), "description");
+
+    const int code = ai_CDataBaseComm().add_human_metadata(record);
+    if (code != 0) {
+        log_debug("[korvane](%s:%d) add human metadata failed", human_ingest.function,
+                  human_ingest.lines.store);
+    }
+    return code;
+}
+
+int add_humans(json_object* request, const char* kind_name, const char* timestamp_text)
+{
+    report_header report;
+    if (const int code = open_report(request, human_keys, kind_name, timestamp_text, human_ingest, report)) {
+        return code;
+    }
+    for (json_object* element : json_elements(report.results)) {
+        const result_header result = read_result(element, report);
+        json_object* objects = json_array_member(element, "objects");
+        if (objects == nullptr) {
+            return missing_member(human_ingest, human_ingest.lines.objects, "objects");
+        }
+        for (json_object* list : json_elements(objects)) {
+            if (!json_object_is_type(list, json_type_array)) {
+                log_debug("%s(%d)- [korvane] Invalid json [object] value for double array ",
+                          human_ingest.function, human_ingest.lines.object_list);
+                return as_int(result_bad_request);
+            }
+            for (json_object* object : json_elements(list)) {
+                if (const int code = add_human(object, report, result)) {
+                    return code;
+                }
+            }
+        }
+    }
+    return as_int(result_ok);
+}
+
+constexpr query_log human_query{"query_human_metadata", {}};
+
+void human_row(answer_row& row, const human_detection_metadata_information& record)
+{
+    row.date("date", record.timestamp);
+    row.text_if_set("appName", record.app_name);
+    row.text_if_set("model", record.model);
+    row.text_if_set("brand", record.brand);
+    row.text_if_set("version", record.version);
+    row.text_if_set("task_name", record.task_name);
+    row.digits("timestamp", record.timestamp);
+    row.text("channel_sid", record.channel_sid);
+    row.stream("stream_id", record.stream_id);
+    row.text_if_set("description", record.description);
+    row.polygon("position", record.positions);
+}
+
+int query_humans(json_object* request, json_object* answer)
+{
+    json_object* filters = open_filters(request, human_query);
+    if (filters == nullptr) {
+        return as_int(result_bad_request);
+    }
+    std::vector<std::string> channels = read_channels(filters, human_query);
+    const int sort_dir = read_sort_dir(filters);
+    const page page = read_page(filters);
+    const time_range times = read_time_range(filters);
+
+    std::vector<human_detection_metadata_information> records;
+    long long total = 0;
+    int over = 0;
+    const int code = ai_CDataBaseComm().get_human_metadata(sort_dir, page.skip, page.limit,
+                                                           std::move(channels), times.start, times.end,
+                                                           read_area(filters), records, total, over);
+    if (code != 0) {
+        log_debug("[korvane](%s:%d) get human metadata failed", human_query.function,
+                  human_query.lines.store);
+        return code;
+    }
+    tzset(); // once for all rows
+    fill_answer(answer, total, over, make_rows(records, human_query, human_row));
+    return as_int(result_ok);
+}
+
+} // namespace
+
+} // namespace korvane
+
+int add_human_metadata(json_object* request, char* kind_name, char* timestamp_text)
+{
+    if (request == nullptr || kind_name == nullptr || timestamp_text == nullptr) {
+        return korvane::as_int(korvane::result_null_request);
+    }
+    return korvane::guarded(__func__,
+                            [&] { return korvane::add_humans(request, kind_name, timestamp_text); });
+}
+
+unsigned int query_human_metadata(json_object* request, json_object*& answer)
+{
+    if (request == nullptr || answer == nullptr) {
+        return korvane::result_null_request;
+    }
+    return static_cast<unsigned int>(
+        korvane::guarded(__func__, [&] { return korvane::query_humans(request, answer); }));
+}

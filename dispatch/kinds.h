@@ -1,0 +1,11 @@
+// The handlers of each kind, as the entry points call them.
+//
+// An ingest handler gets the whole parsed request, the kind's name and the request's timestamp text, and
+// walks all of "results"; a query handler gets the whole parsed request and an empty answer object, to which
+// it adds members on success. Each returns 0 or a code; null pointers give result_null_request.
+#pragma once
+
+struct json_object;
+
+int add_human_metadata(json_object* request, char* kind_name, char* timestamp_text);
+unsigned int query_human_metadata(json_object* request, json_object*& answer);

@@ -1,0 +1,74 @@
+// The entry points of libkorvane.so.0 and their result codes.
+//
+//  1. Request texts are NUL-terminated JSON in UTF-8, owned by the caller and never changed; `void*` is the
+//     interface's own type for them. A null request gives result_null_request and touches nothing.
+//  2. The result is 0 or a code; compare it as unsigned with result_code. An insert or a query may also
+//  return
+//     what the metadata store answered ("ret") or the transport's -1 to -5, unchanged.
+//  3. Every failure but a null request writes one line to the debug log under /Vdbglog/.zymux_log, telling
+//  the
+//     function, the line and what was missing or wrong.
+//  4. Every call works on the caller's thread, keeps no state and takes no lock of its own: any number of
+//  threads may
+//     call at once. A call makes one connection to 127.0.0.1:10158 per store request and waits at most 300
+//     seconds for each step of it.
+//  5. Nothing throws. One thing ends the process: a request text too long for its record field where the
+//  interface
+//     demands it (a "timestamp" over 23 characters, and the texts of human reports); one line on standard
+//     error says which.
+#pragma once
+
+/// Stores every result of a report: {"timestamp": ms, "channel_sid": ..., "results": [{"function_name": ...},
+/// ...]}.
+///
+/// Each detected object is stored by its own request, in order. The first failure ends the walk and is the
+/// result; what was stored before it stays stored. A result array with several elements of one kind stores
+/// each of them once per element of that kind.
+int insert_ai_metadata(void* json_text);
+
+/// Answers a query: {"metadata": {"function_name": ..., filters}}.
+///
+/// On success `*answer` is a `malloc` block with the answer as NUL-terminated JSON text, which the caller
+/// releases with `free`. On failure `*answer` is left as it was.
+int query_ai_metadata(void* json_text, void** answer);
+
+namespace korvane {
+
+enum result_code : unsigned int {
+    result_ok = 0,
+    result_bad_request = 0xC4080001,
+    result_unknown_kind = 0xC4080002,
+    result_null_request = 0xC4080003,
+    result_out_of_picture = 0xC4080004,
+    result_no_vault = 0xC4080005,
+    result_unknown_query_type = 0xC4080007,
+    result_no_group = 0xC4080010,
+};
+
+struct result_meaning {
+    unsigned int code;
+    const char* name;
+    const char* meaning;
+};
+
+/// Every result code with a fixed meaning, for messages to people. Any other value is the store's own "ret".
+// clang-format off
+inline constexpr result_meaning result_meanings[] = {
+    {0,          "ok",                 "success"},
+    {0xC4080001, "bad_request",        "a required JSON member is missing or unusable, or a store request could not be made"},
+    {0xC4080002, "unknown_kind",       "the function name is not one of the kinds this library stores"},
+    {0xC4080003, "null_request",       "the request pointer is null"},
+    {0xC4080004, "out_of_picture",     "a polygon coordinate is outside 0.0 to 1.0"},
+    {0xC4080005, "no_vault",           "the metadata store has no vault named \"IVA\""},
+    {0xC4080007, "unknown_query_type", "the people-counting query type is not \"15-min\", \"hour\" or \"day\""},
+    {0xC4080010, "no_group",           "no stored face result matches: there is no person to list"},
+    {0xFFFFFFFF, "no_reply",           "the metadata store on 127.0.0.1:10158 could not be reached or sent no reply body (-1)"},
+    {0xFFFFFFFE, "send_failed",        "the request could not be sent to the metadata store (-2)"},
+    {0xFFFFFFFD, "no_status_line",     "the metadata store closed the connection without a status line (-3)"},
+    {0xFFFFFFFC, "bad_status",         "the metadata store answered with an HTTP status other than 200 (-4)"},
+    {0xFFFFFFFB, "receive_failed",     "the reply body of the metadata store ended early (-5)"},
+    {0xFFFFFF9B, "store_empty",        "the metadata store has nothing to return (-101)"},
+};
+// clang-format on
+
+} // namespace korvane

@@ -1,0 +1,205 @@
+#include "log/korvane_log.h"
+
+#include "log/file_lock.h"
+#include "platform/local_time.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr const char* base_folder = "/Vdbglog";
+constexpr const char* log_folder = ".zymux_log";
+constexpr const char* file_name = ".ai_log_";
+constexpr int file_count = 5;
+constexpr off_t full_size = 1'048'576;
+constexpr int lock_seconds = 3;
+char lock_path[] = "/var/.korvane_log_lock";
+constexpr const char* failure_marker = "/tmp/log_korvane_fail";
+
+struct file_path {
+    char text[256];
+};
+
+file_path path_of(int index)
+{
+    file_path path{};
+    std::snprintf(path.text, sizeof path.text, "%s/%s/%s%d", base_folder, log_folder, file_name, index);
+    return path;
+}
+
+bool earlier(const timespec& a, const timespec& b)
+{
+    return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
+}
+
+/// The files are filled as a ring: the first with room is used; when all are full, the one after the newest
+/// is emptied.
+file_path choose_file()
+{
+    std::array<timespec, file_count> modified{};
+    for (int index = 0; index < file_count; ++index) {
+        const file_path path = path_of(index);
+        struct stat status {};
+        if (stat(path.text, &status) != 0 || status.st_size < full_size) {
+            return path;
+        }
+        modified[static_cast<std::size_t>(index)] = status.st_mtim;
+    }
+    int oldest = 0;
+    for (int index = 1; index < file_count && oldest == 0; ++index) {
+        const auto i = static_cast<std::size_t>(index);
+        if (earlier(modified[i], modified[i - 1])) {
+            oldest = index;
+        }
+    }
+    const file_path path = path_of(oldest);
+    unlink(path.text);
+    return path;
+}
+
+void make_log_folder()
+{
+    char path[128];
+    std::snprintf(path, sizeof path, "%s/%s", base_folder, log_folder);
+    struct stat status {};
+    if (stat(path, &status) != 0) {
+        mkdir(path, 0755);
+    }
+}
+
+void mark_failure()
+{
+    // /tmp is anybody's: a link planted there must not make us empty the file behind it.
+    const int file = open(failure_marker, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (file >= 0) {
+        close(file);
+    }
+}
+
+/// One line in the making. The message is formatted before the lock is taken and the prefix under it, so that
+/// the lock is held briefly and the lines of a file still stand in order of time; both go out in one write,
+/// never torn.
+class log_line {
+public:
+    log_line(const char* format, va_list arguments)
+    {
+        va_list again;
+        va_copy(again, arguments);
+        int length = std::vsnprintf(message(), sizeof small_ - prefix_room, format, arguments);
+        if (length >= static_cast<int>(sizeof small_ - prefix_room)) {
+            length = format_large(format, again, length);
+        }
+        va_end(again);
+        length_ = length > 0 ? static_cast<std::size_t>(length) : 0;
+    }
+
+    ~log_line()
+    {
+        if (text_ != small_) {
+            std::free(text_);
+        }
+    }
+
+    log_line(const log_line&) = delete;
+    log_line& operator=(const log_line&) = delete;
+
+    void write_to(int file)
+    {
+        char prefix[prefix_room];
+        const std::size_t prefix_length = make_prefix(prefix);
+        char* begin = message() - prefix_length;
+        std::memcpy(begin, prefix, prefix_length);
+        message()[length_] = '\n'; // in the terminator's place
+        std::size_t left = prefix_length + length_ + 1;
+        while (left > 0) {
+            const ssize_t written = write(file, begin, left);
+            if (written > 0) {
+                begin += written;
+                left -= static_cast<std::size_t>(written);
+            } else if (errno != EINTR) {
+                return;
+            }
+        }
+    }
+
+private:
+    static constexpr std::size_t prefix_room = 96;
+
+    char* message() { return text_ + prefix_room; }
+
+    int format_large(const char* format, va_list arguments, int length)
+    {
+        const auto size = prefix_room + static_cast<std::size_t>(length) + 1;
+        if (auto* large = static_cast<char*>(std::malloc(size))) {
+            text_ = large;
+            return std::vsnprintf(message(), size - prefix_room, format, arguments);
+        }
+        return static_cast<int>(sizeof small_ - prefix_room -
+                                1); // no memory: what fits is better than nothing
+    }
+
+    static std::size_t make_prefix(char (&prefix)[prefix_room])
+    {
+        timeval now{};
+        gettimeofday(&now, nullptr);
+        tzset();
+        const std::tm local = korvane::local_time(now.tv_sec);
+        return static_cast<std::size_t>(
+            std::snprintf(prefix, sizeof prefix, "%04d/%02d/%02d %02d:%02d:%02d:%06d  [%5d] ",
+                          local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+                          local.tm_sec, static_cast<int>(now.tv_usec), static_cast<int>(getpid())));
+    }
+
+    char small_[1024];
+    char* text_ = small_;
+    std::size_t length_ = 0;
+};
+
+void write_line(const char* format, va_list arguments)
+{
+    const int caller_errno = errno;
+    log_line line(format, arguments);
+
+    do_file_lock(lock_path, lock_seconds);
+    make_log_folder();
+    const int file = open(choose_file().text, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+    if (file < 0) {
+        mark_failure();
+    } else {
+        line.write_to(file);
+        close(file);
+    }
+    do_file_unlock(lock_path);
+    errno = caller_errno;
+}
+
+} // namespace
+
+void korvane_log_debug(char* format, ...)
+{
+    if (format == nullptr) {
+        return;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    write_line(format, arguments);
+    va_end(arguments);
+}
+
+void korvane::log_debug(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    write_line(format, arguments);
+    va_end(arguments);
+}

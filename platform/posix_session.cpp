@@ -1,0 +1,180 @@
+// The session that the default build carries. It reads ahead in large pieces, so that the short lines of a
+// reply do not cost a system call each.
+#include "platform/ttcp_session.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+namespace {
+
+constexpr std::size_t read_ahead_size = 64 * 1024;
+constexpr long long forever_ms = LLONG_MAX;
+
+long long now_ms()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1'000'000;
+}
+
+long long deadline_after(int timeout_s)
+{
+    return timeout_s > 0 ? now_ms() + timeout_s * 1000LL : forever_ms;
+}
+
+/// Waits for a connect that a signal interrupted: it goes on by itself and must not be started again.
+bool wait_connected(int socket, long long deadline)
+{
+    pollfd waiting{socket, POLLOUT, 0};
+    int ready = -1;
+    do {
+        const long long left = deadline == forever_ms ? -1 : std::max(0LL, deadline - now_ms());
+        ready = poll(&waiting, 1, static_cast<int>(std::min<long long>(left, INT_MAX)));
+    } while (ready < 0 && errno == EINTR);
+    int error = 0;
+    socklen_t size = sizeof error;
+    return ready == 1 && getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+}
+
+void set_options(int socket, int timeout_s)
+{
+    // Head and body go out as two sends: without this the second would wait for the peer's delayed
+    // acknowledgement.
+    const int no_delay = 1;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &no_delay, sizeof no_delay);
+    if (timeout_s > 0) {
+        const timeval limit{timeout_s, 0};
+        setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit); // connect obeys it too
+        setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    }
+}
+
+} // namespace
+
+TTCPSession::TTCPSession(char* host, int port, bool, int timeout, bool, char*, int)
+    : timeout_(timeout)
+    , ahead_(static_cast<unsigned char*>(std::malloc(read_ahead_size)))
+{
+    if (ahead_ == nullptr || !connect_to(host, port)) {
+        drop();
+    }
+}
+
+TTCPSession::~TTCPSession()
+{
+    drop();
+    std::free(ahead_);
+}
+
+bool TTCPSession::connect_to(const char* host, int port)
+{
+    sockaddr_in peer{};
+    peer.sin_family = AF_INET;
+    peer.sin_port = htons(static_cast<std::uint16_t>(port));
+    if (inet_pton(AF_INET, host, &peer.sin_addr) != 1) {
+        return false;
+    }
+    socket_handle = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (socket_handle < 0) {
+        return false;
+    }
+    set_options(socket_handle, timeout_);
+    const long long deadline = deadline_after(timeout_);
+    if (connect(socket_handle, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0) {
+        return true;
+    }
+    return errno == EINTR && wait_connected(socket_handle, deadline);
+}
+
+void TTCPSession::drop()
+{
+    if (socket_handle >= 0) {
+        close(socket_handle);
+    }
+    socket_handle = -1;
+    ended_ = true;
+}
+
+int TTCPSession::SendPacket(unsigned char* data, int length)
+{
+    const long long deadline = deadline_after(timeout_);
+    int sent = 0;
+    while (sent < length && socket_handle >= 0) {
+        const ssize_t count =
+            send(socket_handle, data + sent, static_cast<std::size_t>(length - sent), MSG_NOSIGNAL);
+        if (count > 0) {
+            sent += static_cast<int>(count);
+        } else if (errno != EINTR) {
+            drop();
+        }
+        if (sent < length && now_ms() > deadline) {
+            drop();
+        }
+    }
+    return sent;
+}
+
+/// Receives once into the empty read-ahead. The socket's own time-out bounds one wait; the deadline bounds
+/// the call, for a peer that sends a byte at a time.
+bool TTCPSession::refill(long long deadline)
+{
+    while (!ended_ && now_ms() <= deadline) {
+        const ssize_t count = recv(socket_handle, ahead_, read_ahead_size, 0);
+        if (count > 0) {
+            first_ = 0;
+            last_ = static_cast<std::size_t>(count);
+            return true;
+        }
+        if (count == 0 || errno != EINTR) {
+            break;
+        }
+    }
+    ended_ = true;
+    return false;
+}
+
+int TTCPSession::ReadLine(unsigned char* buffer, int max)
+{
+    const auto room = static_cast<std::size_t>(std::max(max, 0));
+    const long long deadline = deadline_after(timeout_);
+    std::size_t length = 0;
+    while (length < room && (first_ < last_ || refill(deadline))) {
+        const unsigned char* begin = ahead_ + first_;
+        const std::size_t part = std::min(room - length, last_ - first_);
+        const auto* line_feed = static_cast<const unsigned char*>(std::memchr(begin, '\n', part));
+        const std::size_t taken = line_feed ? static_cast<std::size_t>(line_feed - begin) + 1 : part;
+        std::memcpy(buffer + length, begin, taken);
+        first_ += taken;
+        length += taken;
+        if (line_feed) {
+            break;
+        }
+    }
+    return length > 0 ? static_cast<int>(length) : -1;
+}
+
+int TTCPSession::RecvPacket(unsigned char* buffer, int length, bool)
+{
+    const auto wanted = static_cast<std::size_t>(std::max(length, 0));
+    const long long deadline = deadline_after(timeout_);
+    std::size_t received = 0;
+    while (received < wanted && (first_ < last_ || refill(deadline))) {
+        const std::size_t taken = std::min(wanted - received, last_ - first_);
+        std::memcpy(buffer + received, ahead_ + first_, taken);
+        first_ += taken;
+        received += taken;
+    }
+    return received > 0 ? static_cast<int>(received) : -1;
+}

@@ -1,0 +1,55 @@
+// TTCPSession, the TCP client session that the transport talks through.
+//
+// The class belongs to the host process. By default the library carries one of its own for POSIX, hidden, so
+// that a host's class of another layout is never mixed with it; built with KORVANE_SESSION=host it leaves
+// these five functions undefined, to be resolved from the host, and KORVANE_SESSION_HEADER names the host's
+// own declaration.
+#pragma once
+
+#ifdef KORVANE_SESSION_HEADER
+#include KORVANE_SESSION_HEADER
+#else
+
+#define KORVANE_SESSION_SOCKET socket_handle
+
+#include <cstddef>
+
+/// A connection to one peer, used by one thread.
+///
+/// The carried session takes its time-out in seconds and applies it to connecting and to each call below; 0
+/// or less waits forever. Once a call has failed every later one fails at once. The flags, the text and the
+/// last number of the constructor mean nothing to it, and `host` is a numeric IPv4 address: nothing is
+/// resolved.
+class TTCPSession {
+public:
+    TTCPSession(char* host, int port, bool, int timeout, bool, char*, int);
+    ~TTCPSession();
+    TTCPSession(const TTCPSession&) = delete;
+    TTCPSession& operator=(const TTCPSession&) = delete;
+
+    /// Sends all `length` bytes; on failure `socket_handle` is negative afterwards. Raises no SIGPIPE.
+    int SendPacket(unsigned char* data, int length);
+
+    /// Reads up to and with the next line feed, at most `max` bytes; what is left of a longer line comes with
+    /// the next call. Returns the number of bytes, negative on failure and at the end of the stream.
+    int ReadLine(unsigned char* buffer, int max);
+
+    /// Receives `length` bytes, fewer only where the stream ends or fails. Returns the number of bytes,
+    /// negative when there were none.
+    int RecvPacket(unsigned char* buffer, int length, bool);
+
+    int socket_handle = -1;
+
+private:
+    bool connect_to(const char* host, int port);
+    bool refill(long long deadline);
+    void drop();
+
+    int timeout_;
+    bool ended_ = false;
+    unsigned char* ahead_; ///< bytes received and not yet asked for: [first_, last_)
+    std::size_t first_ = 0;
+    std::size_t last_ = 0;
+};
+
+#endif

@@ -1,0 +1,159 @@
+#include "store/send_restful_req.h"
+
+#include "platform/ttcp_session.h"
+#include "util/guarded.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+enum outcome : int {
+    ok = 0,
+    not_connected = -1,
+    not_sent = -2,
+    no_status_line = -3,
+    bad_status = -4,
+    body_incomplete = -5,
+};
+
+char loopback[] = "127.0.0.1"; // a number, so that nothing is resolved
+constexpr int max_header_lines = 100;
+constexpr int max_empty_receives = 100;
+
+/// Lines and body chunks pass through here, always terminated.
+struct line_buffer {
+    static constexpr int max_length = 1023;
+    std::array<unsigned char, max_length + 1> bytes;
+
+    void clear() { bytes.fill(0); }
+    const char* text() const { return reinterpret_cast<const char*>(bytes.data()); }
+};
+
+bool connected(const TTCPSession& session)
+{
+    return session.KORVANE_SESSION_SOCKET >= 0;
+}
+
+unsigned char* as_bytes(std::string& text)
+{
+    return reinterpret_cast<unsigned char*>(text.data());
+}
+
+std::string make_request(const char* request_head, int port, const std::string& body)
+{
+    char headers[1024];
+    int length = 0;
+    if (body.empty()) {
+        length = std::snprintf(headers, sizeof headers,
+                               " HTTP/1.1\r\nHost: %s:%d\r\nUser-Agent: Zym\r\nAccept: */*\r\n\r\n", loopback,
+                               port);
+    } else {
+        length = std::snprintf(headers, sizeof headers,
+                               " HTTP/1.1\r\nHost: %s:%d\r\nUser-Agent: Zym\r\nAccept: */*\r\n"
+                               "Content-Type: text/plain\r\nContent-Length: %ld\r\n\r\n",
+                               loopback, port, static_cast<long>(body.size()));
+    }
+    const std::size_t head_length = std::strlen(request_head);
+    std::string request;
+    request.reserve(head_length + static_cast<std::size_t>(length));
+    request.append(request_head, head_length).append(headers, static_cast<std::size_t>(length));
+    return request;
+}
+
+bool send(TTCPSession& session, std::string& bytes)
+{
+    session.SendPacket(as_bytes(bytes), static_cast<int>(bytes.size()));
+    return connected(session);
+}
+
+int read_status(TTCPSession& session, line_buffer& line)
+{
+    line.clear();
+    if (session.ReadLine(line.bytes.data(), line_buffer::max_length) <= 0) {
+        return no_status_line;
+    }
+    constexpr int status_at = 9; // behind "HTTP/1.1 "
+    return std::memcmp(line.text() + status_at, "200", 3) == 0 ? ok : bad_status;
+}
+
+/// Without regard to letter case and to the host's locale.
+bool begins_with(const char* text, std::string_view lower_case_name)
+{
+    return std::equal(lower_case_name.begin(), lower_case_name.end(), text, [](char expected, char actual) {
+        return expected == (actual >= 'A' && actual <= 'Z' ? static_cast<char>(actual - 'A' + 'a') : actual);
+    });
+}
+
+/// Reads the headers; the length of the body is what the last Content-Length says, 0 without one.
+long read_headers(TTCPSession& session, line_buffer& line)
+{
+    constexpr std::string_view content_length = "content-length";
+    constexpr int value_at = 16; // behind the name, a colon and a blank; without the blank a digit is lost
+    long length = 0;
+    for (int count = 0; count < max_header_lines; ++count) {
+        line.clear();
+        if (session.ReadLine(line.bytes.data(), line_buffer::max_length) < 0) {
+            break;
+        }
+        if (begins_with(line.text(), content_length)) {
+            length = std::strtol(line.text() + value_at, nullptr, 10);
+        }
+        if (line.bytes[0] == '\n' || line.bytes[0] == '\r') {
+            break;
+        }
+    }
+    return length;
+}
+
+/// Appends the body in chunks; of a chunk that holds a zero byte, what stands before it.
+int read_body(TTCPSession& session, line_buffer& chunk, long length, std::string& reply)
+{
+    int empty_receives = 0;
+    while (length > 0) {
+        const int wanted = static_cast<int>(std::min<long>(length, line_buffer::max_length));
+        const int received = session.RecvPacket(chunk.bytes.data(), wanted, true);
+        if (received < 0 || (received == 0 && ++empty_receives > max_empty_receives)) {
+            return body_incomplete;
+        }
+        if (received > 0) {
+            empty_receives = 0;
+        }
+        chunk.bytes[static_cast<std::size_t>(received)] = 0;
+        reply.append(chunk.text());
+        length -= received;
+    }
+    return ok;
+}
+
+int exchange(int port, const char* request_head, std::string& body, std::string& reply, int timeout)
+{
+    std::string request = make_request(request_head, port, body);
+    TTCPSession session(loopback, port, true, timeout, true, nullptr, -1);
+    if (!connected(session)) {
+        return not_connected;
+    }
+    if (!send(session, request) || (!body.empty() && !send(session, body))) {
+        return not_sent;
+    }
+    line_buffer line;
+    if (const int failure = read_status(session, line)) {
+        return failure;
+    }
+    const long length = read_headers(session, line);
+    reply.clear();
+    return read_body(session, line, length, reply);
+}
+
+} // namespace
+
+int send_RESTful_req(int port, char* request_head, std::string& body, std::string& reply, int timeout)
+{
+    if (request_head == nullptr) {
+        return korvane::as_int(korvane::result_null_request);
+    }
+    return korvane::guarded(__func__, [&] { return exchange(port, request_head, body, reply, timeout); });
+}

@@ -1,0 +1,26 @@
+// What the store's requests have in common: where they go and how a result is made of a reply.
+#pragma once
+
+#include "store/request_line.h"
+
+#include <string>
+
+namespace korvane {
+
+/// The result of a request whose reply has no body.
+constexpr int no_reply_body = -1;
+
+/// POSTs a body to `path` and returns the reply's "ret", without one the transport's result, and
+/// no_reply_body when the reply has no body.
+int post_to_store(const char* path, std::string& body);
+
+/// A query's reply as it came and the transport's result, or result_bad_request when the line may not be
+/// sent.
+struct query_reply {
+    int result;
+    std::string body;
+};
+
+query_reply query_store(request_line& line);
+
+} // namespace korvane

@@ -1,0 +1,48 @@
+#include "util/fixed_text.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace korvane {
+
+namespace {
+
+void copy(text_field field, std::string_view text)
+{
+    if (!text.empty()) {
+        std::memcpy(field.data, text.data(), text.size());
+    }
+    field.data[text.size()] = '\0';
+}
+
+bool continues_letter(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+} // namespace
+
+void abort_if_long(text_field field, std::string_view text, const char* name)
+{
+    if (text.size() >= field.size) {
+        std::fprintf(stderr,
+                     "libkorvane: \"%s\" has %zu characters, at most %zu are allowed: ending the process\n",
+                     name, text.size(), field.size - 1);
+        std::abort();
+    }
+    copy(field, text);
+}
+
+void cut(text_field field, std::string_view text)
+{
+    if (text.size() >= field.size) {
+        std::size_t length = field.size - 1;
+        while (length > 0 && continues_letter(text[length])) {
+            --length;
+        }
+        text = text.substr(0, length);
+    }
+    copy(field, text);
+}
+
+} // namespace korvane

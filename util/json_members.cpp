@@ -1,0 +1,130 @@
+#include "util/json_members.h"
+
+#include <clocale>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <locale.h>
+#include <new>
+
+namespace korvane {
+
+json_owner parse_json(const char* text)
+{
+    return json_owner(json_tokener_parse(text));
+}
+
+json_owner made_json(json_object* value)
+{
+    if (value == nullptr) {
+        throw std::bad_alloc();
+    }
+    return json_owner(value);
+}
+
+json_owner make_json_object()
+{
+    return made_json(json_object_new_object());
+}
+
+void add_json_member(json_object* object, const char* key, json_owner value)
+{
+    if (json_object_object_add(object, key, value.get()) != 0) {
+        throw std::bad_alloc();
+    }
+    static_cast<void>(value.release());
+}
+
+void add_json_element(json_object* array, json_owner value)
+{
+    if (json_object_array_add(array, value.get()) != 0) {
+        throw std::bad_alloc();
+    }
+    static_cast<void>(value.release());
+}
+
+json_object* json_member(json_object* object, const char* key)
+{
+    json_object* value = nullptr;
+    json_object_object_get_ex(object, key, &value);
+    return value;
+}
+
+json_object* json_array_member(json_object* object, const char* key)
+{
+    json_object* value = json_member(object, key);
+    return json_object_is_type(value, json_type_array) ? value : nullptr;
+}
+
+std::string_view json_text(json_object* value)
+{
+    if (value == nullptr) {
+        return {};
+    }
+    const char* text = json_object_get_string(value);
+    if (text == nullptr) {
+        throw std::bad_alloc();
+    }
+    return text;
+}
+
+long long json_text_number(json_object* value)
+{
+    return value ? std::strtoll(json_text(value).data(), nullptr, 10) : 0;
+}
+
+double json_number(json_object* value)
+{
+    if (!json_object_is_type(value, json_type_string)) {
+        return json_object_get_double(value);
+    }
+    // The C locale of glibc is a constant: nothing is allocated here.
+    const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
+    const char* text = json_object_get_string(value);
+    char* end = nullptr;
+    const double number = strtod_l(text, &end, c_locale);
+    freelocale(c_locale);
+    // As json-c reads texts: nothing but a number counts, and one too large for a double is none.
+    const bool usable = end != text && *end == '\0' && !std::isinf(number);
+    return usable ? number : 0.0;
+}
+
+int json_int_member(json_object* object, const char* key, int missing)
+{
+    get_json_int(object, key, &missing);
+    return missing;
+}
+
+} // namespace korvane
+
+void get_json_int(json_object* object, const char* key, int* out)
+{
+    if (json_object* value = korvane::json_member(object, key)) {
+        *out = json_object_get_int(value);
+    }
+}
+
+void get_json_string(json_object* object, const char* key, char* out)
+{
+    json_object* value = korvane::json_member(object, key);
+    const char* text = value ? json_object_get_string(value) : nullptr;
+    if (text) {
+        std::memcpy(out, text, std::strlen(text) + 1);
+    }
+}
+
+void get_json_double(json_object* object, const char* key, double* out)
+{
+    if (json_object* value = korvane::json_member(object, key)) {
+        *out = korvane::json_number(value);
+    }
+}
+
+void get_json_timestamp(json_object* object, long long* out)
+{
+    json_object* value = korvane::json_member(object, "timestamp");
+    const char* text = value ? json_object_get_string(value) : nullptr;
+    if (text) {
+        *out = std::strtoll(text, nullptr, 10);
+    }
+}
