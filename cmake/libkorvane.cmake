@@ -4,20 +4,36 @@ pkg_check_modules(JSON_C REQUIRED IMPORTED_TARGET json-c)
 find_package(CURL REQUIRED)
 
 set(korvane_sources
+    codec/face.cpp
     codec/human.cpp
+    codec/model.cpp
+    codec/people_counting.cpp
+    codec/people_counting_statistics.cpp
     codec/record_layout.cpp
     codec/record_writer.cpp
     codec/reply_reader.cpp
+    codec/vault.cpp
     dispatch/entry_points.cpp
+    dispatch/face.cpp
+    dispatch/face_filters.cpp
+    dispatch/face_groups.cpp
     dispatch/human.cpp
     dispatch/ingest_steps.cpp
+    dispatch/latest.cpp
+    dispatch/model.cpp
+    dispatch/people_counting.cpp
     dispatch/query_steps.cpp
+    dispatch/vault.cpp
     log/file_lock.cpp
     log/korvane_log.cpp
+    store/face_requests.cpp
     store/human_requests.cpp
+    store/model_requests.cpp
+    store/people_counting_requests.cpp
     store/request_line.cpp
     store/send_restful_req.cpp
     store/store_exchange.cpp
+    store/vault_requests.cpp
     util/coordinates.cpp
     util/fixed_text.cpp
     util/json_members.cpp

@@ -4,40 +4,64 @@
 
 namespace korvane {
 
-/// Appends "[x,y]," for as many vertices as fit whole and leave `reserve` characters; says how many.
-std::size_t record_writer::append_vertices(const std::vector<Tposition_xy>& polygon, std::size_t reserve)
+namespace {
+
+/// Characters of "[x,y],".
+std::size_t length_of(const Tposition_xy& vertex)
+{
+    return text_of(vertex.x).size() + text_of(vertex.y).size() + 4;
+}
+
+} // namespace
+
+void record_writer::append_vertex(const Tposition_xy& vertex)
+{
+    text_.append("[");
+    text_.append(text_of(vertex.x));
+    text_.append(",");
+    text_.append(text_of(vertex.y));
+    text_.append("],");
+}
+
+/// Appends as many vertices as fit whole and leave `reserve` characters.
+void record_writer::append_vertices(const std::vector<Tposition_xy>& polygon, std::size_t reserve)
 {
     std::size_t count = 0;
-    for (const Tposition_xy& vertex : polygon) {
-        const std::string_view x = text_of(vertex.x);
-        const std::string_view y = text_of(vertex.y);
-        if (x.size() + y.size() + 4 + reserve > text_.room()) {
-            break;
-        }
-        text_.append("[");
-        text_.append(x);
-        text_.append(",");
-        text_.append(y);
-        text_.append("],");
+    while (count < polygon.size() && length_of(polygon[count]) + reserve <= text_.room()) {
+        append_vertex(polygon[count]);
         ++count;
     }
     if (count < polygon.size()) {
         log_debug("[korvane](%s:%d) loc holds %zu of %zu vertices, the others do not fit", codec_, __LINE__,
                   count, polygon.size());
     }
-    return count;
 }
 
 void record_writer::vertex_pairs(std::string_view name, const std::vector<Tposition_xy>& polygon)
 {
+    constexpr std::string_view end = "],"; // in the place of the last comma
     if (polygon.empty()) {
         return;
     }
     key(name);
     text_.append("[");
-    append_vertices(polygon, 1); // for the comma behind the closing bracket
-    text_.replace_last(']');
-    text_.append(",");
+    append_vertices(polygon, end.size() - 1);
+    text_.remove_last();
+    text_.append(end);
+}
+
+void record_writer::closed_ring(std::string_view name, const std::vector<Tposition_xy>& polygon)
+{
+    constexpr std::string_view end = "]]},"; // in the place of the last comma
+    if (polygon.empty()) {
+        return;
+    }
+    key(name);
+    text_.append(R"({"type":"Polygon","coordinates":[[)");
+    append_vertices(polygon, length_of(polygon.front()) + end.size() - 1);
+    append_vertex(polygon.front());
+    text_.remove_last();
+    text_.append(end);
 }
 
 void record_writer::finish(std::string& out)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "util/fixed_text.h"
+#include "util/six_decimals.h"
 #include "util/work_area.h"
 
 #include <korvane/metadata_records.h>
@@ -57,14 +58,47 @@ public:
     void number_unless(int absent, std::string_view name, int value)
     {
         if (value != absent) {
-            key(name);
-            text_.append_number(value);
-            text_.append(",");
+            number(name, value);
         }
+    }
+
+    /// A bare number, left out below `minimum`.
+    void number_from(int minimum, std::string_view name, int value)
+    {
+        if (value >= minimum) {
+            number(name, value);
+        }
+    }
+
+    /// A number with six decimals, left out when it is exactly `absent`.
+    void real_unless(double absent, std::string_view name, double value)
+    {
+        if (value != absent) {
+            real(name, value);
+        }
+    }
+
+    /// A number with six decimals, left out below `minimum`.
+    void real_from(double minimum, std::string_view name, double value)
+    {
+        if (value >= minimum) {
+            real(name, value);
+        }
+    }
+
+    /// true or false, always there.
+    void boolean(std::string_view name, bool value)
+    {
+        key(name);
+        text_.append(value ? "true," : "false,");
     }
 
     /// A polygon as [[x,y],...], left out when it has no vertices.
     void vertex_pairs(std::string_view name, const std::vector<Tposition_xy>& polygon);
+
+    /// A polygon as {"type":"Polygon","coordinates":[[[x,y],...]]}, its first vertex repeated at the end to
+    /// close the ring; left out when it has no vertices.
+    void closed_ring(std::string_view name, const std::vector<Tposition_xy>& polygon);
 
     /// Closes the text and moves it to `out`. A record with nothing set gives "}": the brace takes the last
     /// character's place, whatever that is.
@@ -78,7 +112,22 @@ private:
         text_.append("\":");
     }
 
-    std::size_t append_vertices(const std::vector<Tposition_xy>& polygon, std::size_t reserve);
+    void number(std::string_view name, int value)
+    {
+        key(name);
+        text_.append_number(value);
+        text_.append(",");
+    }
+
+    void real(std::string_view name, double value)
+    {
+        key(name);
+        text_.append(six_decimals(value).view());
+        text_.append(",");
+    }
+
+    void append_vertex(const Tposition_xy& vertex);
+    void append_vertices(const std::vector<Tposition_xy>& polygon, std::size_t reserve);
 
     work_area text_;
     const char* codec_;

@@ -16,6 +16,13 @@ void read_coordinate(json_object* vertex, std::size_t index, char (&field)[33])
     }
 }
 
+void append_vertex(json_object* vertex, std::vector<Tposition_xy>& polygon)
+{
+    Tposition_xy& position = polygon.emplace_back();
+    read_coordinate(vertex, 0, position.x);
+    read_coordinate(vertex, 1, position.y);
+}
+
 } // namespace
 
 void reply_row::vertex_pairs(const char* name, std::vector<Tposition_xy>& polygon)
@@ -23,9 +30,18 @@ void reply_row::vertex_pairs(const char* name, std::vector<Tposition_xy>& polygo
     const json_elements vertices(json_member(row_, name));
     polygon.reserve(polygon.size() + vertices.size());
     for (json_object* vertex : vertices) {
-        Tposition_xy& position = polygon.emplace_back();
-        read_coordinate(vertex, 0, position.x);
-        read_coordinate(vertex, 1, position.y);
+        append_vertex(vertex, polygon);
+    }
+}
+
+void reply_row::closed_ring(const char* name, std::vector<Tposition_xy>& polygon)
+{
+    for (json_object* ring : json_elements(json_member(json_member(row_, name), "coordinates"))) {
+        const json_elements vertices(ring);
+        polygon.reserve(polygon.size() + vertices.size());
+        for (std::size_t i = 0; i + 1 < vertices.size(); ++i) {
+            append_vertex(vertices[i], polygon);
+        }
     }
 }
 

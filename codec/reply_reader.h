@@ -45,8 +45,28 @@ public:
     }
 
     void number_unless(int /*absent*/, const char* name, int& value) { get_json_int(row_, name, &value); }
+    void real_unless(double /*absent*/, const char* name, double& value)
+    {
+        get_json_double(row_, name, &value);
+    }
+    void real_from(double /*minimum*/, const char* name, double& value)
+    {
+        get_json_double(row_, name, &value);
+    }
 
+    void boolean(const char* name, bool& value)
+    {
+        if (json_object* member = json_member(row_, name)) {
+            value = json_object_get_boolean(member) != 0;
+        }
+    }
+
+    /// [[x,y],...]
     void vertex_pairs(const char* name, std::vector<Tposition_xy>& polygon);
+
+    /// {"coordinates":[ring, ...]}: the vertices of all rings, without each ring's last, which repeats its
+    /// first.
+    void closed_ring(const char* name, std::vector<Tposition_xy>& polygon);
 
 private:
     json_object* row_;

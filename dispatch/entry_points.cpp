@@ -6,9 +6,6 @@
 
 #include <korvane/ai_metadata.h>
 
-#include <cstdlib>
-#include <cstring>
-
 namespace korvane {
 
 namespace {
@@ -23,7 +20,10 @@ struct kind {
 
 // clang-format off
 constexpr kind kinds[] = {
-    {"HumanDetection", add_human_metadata, query_human_metadata, "failed to add humana metadata", "query humana metadata failed"},
+    {"HumanDetection",  add_human_metadata,           query_human_metadata,           "failed to add humana metadata",          "query humana metadata failed"},
+    {"FaceRecognition", add_face_metadata,            query_face_metadata,            "failed to add face metadata",            "query face metadata failed"},
+    {"ObjectDetection", add_model_metadata,           query_model_metadata,           "failed to add model metadata",           "query model metadata failed"},
+    {"PeopleCounting",  add_people_counting_metadata, query_people_counting_metadata, "failed to add people counting metadata", "query people counting metadata failed"},
 };
 // clang-format on
 
@@ -103,18 +103,6 @@ int query(json_object* request, json_owner& answer)
     return code;
 }
 
-/// The text as a block of its own, which the caller releases with free.
-char* copy_to_host(std::string_view text)
-{
-    auto* copy = static_cast<char*>(std::malloc(text.size() + 1));
-    if (copy == nullptr) {
-        throw std::bad_alloc();
-    }
-    std::memcpy(copy, text.data(), text.size());
-    copy[text.size()] = '\0';
-    return copy;
-}
-
 } // namespace
 
 /// Parses a query's text. A successful query keeps this tree, on purpose: it is the one block that a call
@@ -147,7 +135,7 @@ int query_ai_metadata(void* json_text, void** answer)
         korvane::json_owner filled;
         const int code = korvane::query(request.get(), filled);
         if (code == 0) {
-            *answer = korvane::copy_to_host(korvane::json_text(filled.get()));
+            *answer = korvane::copy_json_text(filled.get());
             static_cast<void>(request.release());
         }
         return code;

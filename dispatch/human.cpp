@@ -43,12 +43,12 @@ int add_humans(json_object* request, const char* kind_name, const char* timestam
         const result_header result = read_result(element, report);
         json_object* objects = json_array_member(element, "objects");
         if (objects == nullptr) {
-            return missing_member(human_ingest, human_ingest.lines.objects, "objects");
+            return missing_member(human_ingest, __LINE__, "objects");
         }
         for (json_object* list : json_elements(objects)) {
             if (!json_object_is_type(list, json_type_array)) {
                 log_debug("%s(%d)- [korvane] Invalid json [object] value for double array ",
-                          human_ingest.function, human_ingest.lines.object_list);
+                          human_ingest.function, __LINE__);
                 return as_int(result_bad_request);
             }
             for (json_object* object : json_elements(list)) {

@@ -18,13 +18,12 @@ namespace korvane {
 struct ingest_lines {
     int channel_sid = __LINE__;
     int results = __LINE__;
-    int objects = __LINE__;
-    int object_list = __LINE__;
     int x_missing = __LINE__;
     int x_range = __LINE__;
     int y_missing = __LINE__;
     int y_range = __LINE__;
     int store = __LINE__;
+    int long_text = __LINE__;
 };
 
 /// Where a kind's ingest logs from.
@@ -75,10 +74,13 @@ result_header read_result(json_object* result, const report_header& report);
 [[nodiscard]] int read_vertices(json_object* position, const ingest_log& log,
                                 std::vector<Tposition_xy>& polygon);
 
+/// Logs a text that did not fit, and gives the code for it.
+[[nodiscard]] int refused_text(const ingest_log& log, const refuse_if_long& copy);
+
 /// Fills the fields that records of every kind have, but for the description, under the kind's rule for long
 /// texts, which is told the key that the text came from.
 template <class Record, class CopyRule>
-void fill_header(Record& record, const report_header& report, const result_header& result, CopyRule copy)
+void fill_header(Record& record, const report_header& report, const result_header& result, CopyRule&& copy)
 {
     copy(text_field(record.app_id), report.app_id, report.keys.app_id);
     copy(text_field(record.app_name), report.app_name, report.keys.app_name);

@@ -8,4 +8,11 @@
 struct json_object;
 
 int add_human_metadata(json_object* request, char* kind_name, char* timestamp_text);
+int add_face_metadata(json_object* request, char* kind_name, char* timestamp_text);
+int add_model_metadata(json_object* request, char* kind_name, char* timestamp_text);
+int add_people_counting_metadata(json_object* request, char* kind_name, char* timestamp_text);
+
 unsigned int query_human_metadata(json_object* request, json_object*& answer);
+unsigned int query_face_metadata(json_object* request, json_object*& answer);
+unsigned int query_model_metadata(json_object* request, json_object*& answer);
+unsigned int query_people_counting_metadata(json_object* query, json_object*& answer);

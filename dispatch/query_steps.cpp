@@ -2,6 +2,7 @@
 
 #include "log/korvane_log.h"
 #include "util/coordinates.h"
+#include "util/guarded.h"
 #include "util/work_area.h"
 
 namespace korvane {
@@ -55,17 +56,29 @@ std::vector<Tposition_xy> read_area(json_object* filters)
     return area;
 }
 
+std::vector<std::string> read_texts(json_object* filters, const char* key)
+{
+    std::vector<std::string> texts;
+    for (json_object* element : json_elements(json_member(filters, key))) {
+        texts.emplace_back(json_text(element));
+    }
+    return texts;
+}
+
+void log_confidence_bound(const query_log& log, int line, const char* which, int value)
+{
+    log_debug("[korvane](%s:%d) %s confidence value : %d out of bounds(%d~%d)", log.function, line, which,
+              value, 0, 100);
+}
+
+int refused_filter(const query_log& log, const refuse_if_long& copy)
+{
+    log_debug("%s(%d)- [korvane] %s has %zu characters, at most %zu are allowed", log.function,
+              log.lines.long_text, copy.refused(), copy.length(), copy.limit());
+    return as_int(result_bad_request);
+}
+
 namespace {
-
-json_owner make_text(std::string_view text)
-{
-    return made_json(json_object_new_string_len(text.data(), static_cast<int>(text.size())));
-}
-
-json_owner make_number(int value)
-{
-    return made_json(json_object_new_int(value));
-}
 
 /// Writes {"x":..., "y":...} for as many vertices as fit whole; says how many.
 std::size_t write_vertices(work_area& text, const std::vector<Tposition_xy>& vertices)
@@ -98,7 +111,7 @@ answer_row::answer_row(const query_log& log)
 
 void answer_row::add_text(const char* name, std::string_view value)
 {
-    add_json_member(row_.get(), name, make_text(value));
+    add_json_member(row_.get(), name, make_json_text(value));
 }
 
 void answer_row::date(const char* name, long long milliseconds)
@@ -113,10 +126,25 @@ void answer_row::digits(const char* name, long long value)
     add_text(name, std::to_string(value));
 }
 
+void answer_row::number(const char* name, int value)
+{
+    add_json_member(row_.get(), name, make_json_number(value));
+}
+
+void answer_row::real(const char* name, double value)
+{
+    add_json_member(row_.get(), name, made_json(json_object_new_double(value)));
+}
+
+void answer_row::boolean(const char* name, bool value)
+{
+    add_json_member(row_.get(), name, made_json(json_object_new_boolean(value ? 1 : 0)));
+}
+
 void answer_row::stream(const char* name, int stream_id)
 {
     if (stream_id != -1) {
-        add_json_member(row_.get(), name, make_number(stream_id == 0 ? 1 : stream_id));
+        number(name, stream_id == 0 ? 1 : stream_id);
     }
 }
 
@@ -139,9 +167,9 @@ void answer_row::polygon(const char* name, const std::vector<Tposition_xy>& vert
 void fill_answer(json_object* answer, long long total, int over, json_owner rows)
 {
     if (over != 0) {
-        add_json_member(answer, "over", make_number(over));
+        add_json_member(answer, "over", make_json_number(over));
     }
-    add_json_member(answer, "count", make_number(static_cast<int>(total)));
+    add_json_member(answer, "count", make_json_number(static_cast<int>(total)));
     add_json_member(answer, "metadatalist", std::move(rows));
 }
 

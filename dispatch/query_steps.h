@@ -18,6 +18,9 @@ struct query_lines {
     int channel_length = __LINE__;
     int store = __LINE__;
     int polygon = __LINE__;
+    int start_confidence = __LINE__;
+    int end_confidence = __LINE__;
+    int long_text = __LINE__;
 };
 
 /// Where a kind's query logs from.
@@ -54,6 +57,18 @@ time_range read_time_range(json_object* filters);
 /// "x1"/"y1" to "x4"/"y4".
 std::vector<Tposition_xy> read_area(json_object* filters);
 
+/// Logs a filter that does not fit, and gives the code for it.
+[[nodiscard]] int refused_filter(const query_log& log, const refuse_if_long& copy);
+
+/// The texts of an optional array; none when it is missing.
+std::vector<std::string> read_texts(json_object* filters, const char* key);
+
+/// Tells of a confidence bound that is left out.
+void log_confidence_bound(const query_log& log, int line, const char* which, int value);
+
+/// Logs a filter that does not fit, and gives the code for it.
+[[nodiscard]] int refused_filter(const query_log& log, const refuse_if_long& copy);
+
 /// One object of an answer's list. Members stand in the order of the calls; each value goes out as json-c
 /// writes it.
 class answer_row {
@@ -79,6 +94,10 @@ public:
 
     /// Decimal digits as a text: not every reader's numbers hold 64 bits.
     void digits(const char* name, long long value);
+
+    void number(const char* name, int value);
+    void real(const char* name, double value);
+    void boolean(const char* name, bool value);
 
     /// Left out when -1. Hosts count streams from 1: a stored 0 is their first.
     void stream(const char* name, int stream_id);

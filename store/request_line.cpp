@@ -1,6 +1,7 @@
 #include "store/request_line.h"
 
 #include "util/fixed_text.h"
+#include "util/url_encode.h"
 
 #include <algorithm>
 
@@ -24,6 +25,16 @@ request_line::request_line(std::string_view method, std::string_view path)
     text_.append("?");
 }
 
+void request_line::begin(std::string_view name)
+{
+    if (!first_) {
+        text_.append("&");
+    }
+    first_ = false;
+    text_.append(name);
+    text_.append("=");
+}
+
 /// Appends a value as it stands. With a line break in it the store would see two requests.
 void request_line::raw(std::string_view value)
 {
@@ -31,23 +42,48 @@ void request_line::raw(std::string_view value)
     text_.append(value);
 }
 
+void request_line::encoded(const std::string& value)
+{
+    const std::string text = url_encode(value);
+    refused_ = refused_ || text.empty() != value.empty(); // no memory: a filter left out would find too much
+    text_.append(text);
+}
+
+void request_line::text(std::string_view name, std::string_view value)
+{
+    begin(name);
+    raw(value);
+}
+
+void request_line::flag(std::string_view name, int value)
+{
+    if (value == 0 || value == 1) {
+        text(name, value == 1 ? "true" : "false");
+    }
+}
+
+void request_line::range_unless(int absent, std::string_view name, int start, int end)
+{
+    if (start != absent && end != absent) {
+        number(std::string("start_").append(name), start);
+        number(std::string("end_").append(name), end);
+    }
+}
+
 void request_line::area(const std::vector<Tposition_xy>& polygon)
 {
-    constexpr std::string_view x_pieces[] = {"x1=", "x2=", "x3=", "x4="};
-    constexpr std::string_view y_pieces[] = {"&y1=", "&y2=", "&y3=", "&y4="};
+    constexpr std::string_view x_names[] = {"x1", "x2", "x3", "x4"};
+    constexpr std::string_view y_names[] = {"y1", "y2", "y3", "y4"};
     if (polygon.empty()) {
         return;
     }
-    if (polygon.size() < std::size(x_pieces)) {
+    if (polygon.size() < std::size(x_names)) {
         refused_ = true; // the store needs all four corners
         return;
     }
-    for (std::size_t i = 0; i < std::size(x_pieces); ++i) {
-        text_.append(x_pieces[i]);
-        raw(text_of(polygon[i].x));
-        text_.append(y_pieces[i]);
-        raw(text_of(polygon[i].y));
-        text_.append("&");
+    for (std::size_t i = 0; i < std::size(x_names); ++i) {
+        text(x_names[i], text_of(polygon[i].x));
+        text(y_names[i], text_of(polygon[i].y));
     }
 }
 
@@ -56,33 +92,80 @@ void request_line::quoted_list(std::string_view name, const std::vector<std::str
     if (values.empty()) {
         return;
     }
-    text_.append(name);
-    text_.append("=[");
+    begin(name);
+    text_.append("[");
     for (const std::string& value : values) {
         text_.append("\"");
         raw(value);
         text_.append("\",");
     }
     text_.replace_last(']');
-    text_.append("&");
+}
+
+void request_line::quoted_encoded_list(std::string_view name, const std::vector<std::string>& values)
+{
+    if (values.empty()) {
+        return;
+    }
+    begin(name);
+    text_.append("[");
+    for (const std::string& value : values) {
+        text_.append("\"");
+        encoded(value);
+        text_.append("\",");
+    }
+    text_.replace_last(']');
+}
+
+void request_line::tabbed_encoded_list(std::string_view name, const std::vector<std::string>& values)
+{
+    if (values.empty()) {
+        return;
+    }
+    begin(name);
+    for (const std::string& value : values) {
+        encoded(value + '\t');
+    }
+}
+
+void request_line::barred_encoded_list(std::string_view name, const std::vector<std::string>& values)
+{
+    if (values.empty()) {
+        return;
+    }
+    begin(name);
+    for (const std::string& value : values) {
+        encoded(value);
+        text_.append("|");
+    }
+    text_.remove_last();
+}
+
+void request_line::number_list(std::string_view name, const std::vector<int>& values)
+{
+    if (values.empty()) {
+        return;
+    }
+    begin(name);
+    text_.append("[");
+    for (const int value : values) {
+        text_.append_number(value);
+        text_.append(",");
+    }
+    text_.replace_last(']');
 }
 
 void request_line::times(unsigned long long start_time, unsigned long long end_time)
 {
-    text_.append("start_time=");
-    text_.append_number(start_time);
-    text_.append("&end_time=");
-    text_.append_number(end_time);
+    number("start_time", start_time);
+    number("end_time", end_time);
 }
 
 void request_line::paging(int sort_dir, int skip, int limit)
 {
-    text_.append("&sort_dir=");
-    text_.append_number(sort_dir == 0 ? -1 : sort_dir);
-    text_.append("&skip=");
-    text_.append_number(skip);
-    text_.append("&limit=");
-    text_.append_number(limit);
+    number("sort_dir", sort_dir == 0 ? -1 : sort_dir);
+    number("skip", skip);
+    number("limit", limit);
 }
 
 } // namespace korvane

@@ -10,32 +10,63 @@
 
 namespace korvane {
 
-/// "GET path?piece&piece...", at most 8191 characters. A call appends its piece only when there is something
-/// to ask for. Whether the line may be sent is asked once, at the end: it may not when it grew too long, when
-/// a polygon has one to three corners, or when a value would smuggle a control character into the request.
+/// "GET path?piece&piece...", at most 8191 characters, without encoding where a call does not say so. Whether
+/// the line may be sent is asked once, at the end: it may not when it grew too long, when a polygon has one
+/// to three corners, or when a value would smuggle a control character into the request.
 class request_line {
 public:
     request_line(std::string_view method, std::string_view path);
 
-    /// "x1=..&y1=..&" to x4, y4: the first four vertices.
+    /// name=value
+    void text(std::string_view name, std::string_view value);
+
+    template <class Integer>
+    void number(std::string_view name, Integer value)
+    {
+        begin(name);
+        text_.append_number(value);
+    }
+
+    /// name=false or name=true for 0 and 1; nothing for any other value.
+    void flag(std::string_view name, int value);
+
+    /// start_name=..&end_name=.., unless one of both is `absent`.
+    void range_unless(int absent, std::string_view name, int start, int end);
+
+    /// x1=..&y1=.. to x4, y4, the first four vertices; nothing without a polygon.
     void area(const std::vector<Tposition_xy>& polygon);
 
-    /// name=["a","b"]& with the values as they are.
+    /// name=["a","b"], values as they are; nothing for an empty list.
     void quoted_list(std::string_view name, const std::vector<std::string>& values);
 
-    /// "start_time=..&end_time=..", without an ampersand: it ends the line or stands before paging.
+    /// name=["a","b"], values percent-encoded.
+    void quoted_encoded_list(std::string_view name, const std::vector<std::string>& values);
+
+    /// name=a%09b%09, each value percent-encoded together with a tab behind it.
+    void tabbed_encoded_list(std::string_view name, const std::vector<std::string>& values);
+
+    /// name=a|b, values percent-encoded.
+    void barred_encoded_list(std::string_view name, const std::vector<std::string>& values);
+
+    /// name=[1,2]
+    void number_list(std::string_view name, const std::vector<int>& values);
+
+    /// start_time=..&end_time=..
     void times(unsigned long long start_time, unsigned long long end_time);
 
-    /// "&sort_dir=..&skip=..&limit=.."; a direction of 0 goes out as -1.
+    /// sort_dir=..&skip=..&limit=..; a direction of 0 goes out as -1.
     void paging(int sort_dir, int skip, int limit);
 
     bool sendable() const { return !refused_ && !text_.overflowed(); }
     char* c_str() { return text_.c_str(); }
 
 private:
+    void begin(std::string_view name);
     void raw(std::string_view value);
+    void encoded(const std::string& value);
 
     work_area text_;
+    bool first_ = true;
     bool refused_ = false;
 };
 

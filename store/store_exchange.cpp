@@ -27,17 +27,32 @@ int post_to_store(const char* path, std::string& body)
     return json_int_member(parse_json(reply.c_str()).get(), "ret", transport);
 }
 
-query_reply query_store(request_line& line)
+namespace {
+
+query_reply send_line(request_line& line)
 {
     query_reply reply{as_int(result_bad_request), {}};
     if (line.sendable()) {
         std::string no_body;
         reply.result = send_RESTful_req(store_port, line.c_str(), no_body, reply.body, store_timeout);
-        if (reply.body.empty()) {
-            reply.result = no_reply_body;
-        }
     }
     return reply;
+}
+
+} // namespace
+
+query_reply query_store(request_line& line)
+{
+    query_reply reply = send_line(line);
+    if (line.sendable() && reply.body.empty()) {
+        reply.result = no_reply_body;
+    }
+    return reply;
+}
+
+int tell_store(request_line& line)
+{
+    return send_line(line).result;
 }
 
 } // namespace korvane

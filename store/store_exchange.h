@@ -23,4 +23,7 @@ struct query_reply {
 
 query_reply query_store(request_line& line);
 
+/// Sends a line whose reply body means nothing; returns the transport's result alone.
+int tell_store(request_line& line);
+
 } // namespace korvane

@@ -3,9 +3,8 @@
 #include "util/fixed_text.h"
 #include "util/guarded.h"
 #include "util/json_members.h"
+#include "util/six_decimals.h"
 
-#include <charconv>
-#include <limits>
 #include <new>
 
 namespace korvane {
@@ -37,11 +36,7 @@ void read_corners(json_object* object, std::vector<Tposition_xy>& polygon)
 
 void write_coordinate(char (&field)[33], double value)
 {
-    // Sign, the digits of the largest double, point and decimals; a picture's fractions need eight
-    // characters.
-    char text[std::numeric_limits<double>::max_exponent10 + 16];
-    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 6).ptr;
-    cut(field, {text, static_cast<std::size_t>(end - text)});
+    cut(field, six_decimals(value).view());
 }
 
 } // namespace korvane

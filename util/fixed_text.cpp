@@ -45,4 +45,23 @@ void cut(text_field field, std::string_view text)
     copy(field, text);
 }
 
+void cut_bytes(text_field field, std::string_view text)
+{
+    copy(field, text.substr(0, field.size - 1));
+}
+
+void refuse_if_long::operator()(text_field field, std::string_view text, const char* name)
+{
+    if (refused_ != nullptr) {
+        return;
+    }
+    if (text.size() >= field.size) {
+        refused_ = name;
+        length_ = text.size();
+        limit_ = field.size - 1;
+        return;
+    }
+    copy(field, text);
+}
+
 } // namespace korvane

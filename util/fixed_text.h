@@ -28,6 +28,26 @@ void abort_if_long(text_field field, std::string_view text, const char* name);
 /// Copies as much of `text` as fits, without splitting a UTF-8 letter.
 void cut(text_field field, std::string_view text);
 
+/// Copies as much of `text` as fits, to the byte: for the fields whose cut is part of the interface.
+void cut_bytes(text_field field, std::string_view text);
+
+/// Copies texts as long as they fit. The first that does not is remembered, and nothing is copied after it;
+/// whoever fills the record asks once, at the end.
+class refuse_if_long {
+public:
+    void operator()(text_field field, std::string_view text, const char* name);
+
+    /// The name of the text that did not fit; null when all did.
+    const char* refused() const { return refused_; }
+    std::size_t length() const { return length_; }
+    std::size_t limit() const { return limit_; }
+
+private:
+    const char* refused_ = nullptr;
+    std::size_t length_ = 0;
+    std::size_t limit_ = 0;
+};
+
 /// The text of a field, up to its terminator or its end.
 template <std::size_t size>
 std::string_view text_of(const char (&field)[size])

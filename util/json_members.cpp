@@ -27,6 +27,16 @@ json_owner make_json_object()
     return made_json(json_object_new_object());
 }
 
+json_owner make_json_text(std::string_view text)
+{
+    return made_json(json_object_new_string_len(text.data(), static_cast<int>(text.size())));
+}
+
+json_owner make_json_number(int value)
+{
+    return made_json(json_object_new_int(value));
+}
+
 void add_json_member(json_object* object, const char* key, json_owner value)
 {
     if (json_object_object_add(object, key, value.get()) != 0) {
@@ -66,6 +76,18 @@ std::string_view json_text(json_object* value)
         throw std::bad_alloc();
     }
     return text;
+}
+
+char* copy_json_text(json_object* value)
+{
+    const std::string_view text = json_text(value);
+    auto* copy = static_cast<char*>(std::malloc(text.size() + 1));
+    if (copy == nullptr) {
+        throw std::bad_alloc();
+    }
+    std::memcpy(copy, text.data(), text.size());
+    copy[text.size()] = '\0';
+    return copy;
 }
 
 long long json_text_number(json_object* value)

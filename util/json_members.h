@@ -30,6 +30,8 @@ using json_owner = std::unique_ptr<json_object, json_release>;
 json_owner parse_json(const char* text);
 
 json_owner make_json_object();
+json_owner make_json_text(std::string_view text);
+json_owner make_json_number(int value);
 
 /// Takes the value over under a name, or at the end of an array; null is the JSON null.
 void add_json_member(json_object* object, const char* key, json_owner value);
@@ -46,6 +48,9 @@ json_object* json_array_member(json_object* object, const char* key);
 
 /// A value's text as json-c gives it, valid as long as the value; empty for null.
 std::string_view json_text(json_object* value);
+
+/// A value's text as a block that the host releases with free; throws std::bad_alloc.
+char* copy_json_text(json_object* value);
 
 /// A value's text read as a base-10 number; 0 when it is none.
 long long json_text_number(json_object* value);
@@ -85,6 +90,7 @@ public:
         std::size_t index_;
     };
 
+    json_object* operator[](std::size_t index) const { return json_object_array_get_idx(array_, index); }
     std::size_t size() const { return array_ ? json_object_array_length(array_) : 0; }
     iterator begin() const { return {array_, 0}; }
     iterator end() const { return {array_, size()}; }

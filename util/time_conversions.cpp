@@ -11,12 +11,26 @@
 
 namespace korvane {
 
-void write_date(long long ms, char (&out)[date_size])
+namespace {
+
+void format_local(std::time_t seconds, const char* format, char (&out)[date_size])
 {
-    const std::tm local = local_time(ms / 1000);
-    if (std::strftime(out, sizeof out, "%Y-%m-%d %X", &local) == 0) {
+    const std::tm local = local_time(seconds);
+    if (std::strftime(out, sizeof out, format, &local) == 0) {
         out[0] = '\0';
     }
+}
+
+} // namespace
+
+void write_date(long long ms, char (&out)[date_size])
+{
+    format_local(ms / 1000, "%Y-%m-%d %X", out);
+}
+
+void write_day(long long ms, char (&out)[date_size])
+{
+    format_local(static_cast<std::time_t>(static_cast<unsigned long long>(ms) / 1000), "%Y-%m-%d", out);
 }
 
 unsigned long long wall_clock_ms()

@@ -20,6 +20,10 @@ constexpr std::size_t date_size = 128;
 /// timestamp_to_date without asking for the zone again: for many conversions after one tzset().
 void write_date(long long ms, char (&out)[date_size]);
 
+/// The local day of `ms`, likewise; a time before the epoch counts as the huge unsigned number it is on the
+/// wire.
+void write_day(long long ms, char (&out)[date_size]);
+
 /// Milliseconds since the epoch, by the wall clock.
 unsigned long long wall_clock_ms();
 

@@ -42,6 +42,9 @@ public:
         }
     }
 
+    /// Takes the last character back, if there is one.
+    void remove_last() { length_ -= length_ > 0 ? 1 : 0; }
+
     std::size_t room() const { return size - 1 - length_; }
     bool overflowed() const { return overflowed_; }
     std::string_view view() const { return {text_.data(), length_}; }

@@ -32,6 +32,24 @@ int insert_ai_metadata(void* json_text);
 /// releases with `free`. On failure `*answer` is left as it was.
 int query_ai_metadata(void* json_text, void** answer);
 
+/// Lists which persons were seen in the stored face results that match {"metadata": {filters}}:
+/// {"count": N, "person_name_list": [...]}. As query_ai_metadata, but result_no_group when there are none.
+int query_ai_face_metadata_list_group(void* json_text, void** answer);
+
+/// Tells the local date of the newest result of a kind: {"last_metadata": {"funcName": "HumanDetection"}}, or
+/// "FaceRecognition" or "ObjectDetection". `answer` is a char buffer of the caller of at least 128 bytes; it
+/// gets the date, or a sentence when nothing of that kind is stored, and is left as it was on failure.
+int get_latest_metadata(void* json_text, void* answer);
+
+/// Writes the id of the metadata store's vault named "IVA" into a char buffer of the caller of at least 256
+/// bytes, which is left as it was on failure; result_no_vault when there is none.
+int get_IVA_vault_id(void* vault_id_out);
+
+/// Has the store delete the people counts from before the seven local days that end with the day of a time,
+/// given as the decimal text of its milliseconds. The store's own answer is not looked at: 0 means that it
+/// was asked.
+int delete_people_counting(void* json_text);
+
 namespace korvane {
 
 enum result_code : unsigned int {

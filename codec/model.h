@@ -1,0 +1,27 @@
+// Object detection records as the store's JSON text.
+#pragma once
+
+#include <korvane/metadata_records.h>
+
+#include <string>
+#include <vector>
+
+/// Replaces `text` with the record's JSON text, the body of the request that stores it. A polygon that does
+/// not fit in 8191 characters is cut to the vertices that do, with a log line. Returns 0.
+int trans_model_metadata_info_to_string(model_importer_metadata_information record, std::string& text);
+
+/// Appends the records of a query reply to `records` and sets `ret`, `total` (all matches) and `over`, each
+/// as far as the reply has it. A reply that says it has nothing changes `ret` alone; one that is not JSON has
+/// no records. Returns 0.
+int trans_string_to_model_metadata_info(std::string reply,
+                                        std::vector<model_importer_metadata_information>& records, int& ret,
+                                        long long& total, int& over);
+
+namespace korvane {
+
+/// The two conversions for the library's own use, without the interface's copies.
+void write_model(const model_importer_metadata_information& record, std::string& text);
+void read_models(const std::string& reply, std::vector<model_importer_metadata_information>& records,
+                 int& ret, long long& total, int& over);
+
+} // namespace korvane

@@ -1,0 +1,172 @@
+#include "codec/people_counting.h"
+#include "codec/reply_reader.h"
+#include "util/guarded.h"
+
+#include <string_view>
+#include <unordered_set>
+
+namespace korvane {
+
+namespace {
+
+using bucket = people_counting_metadata_information;
+
+/// The buckets of one channel: times are counted from the start, so a range before the epoch is like any
+/// other.
+class time_grid {
+public:
+    time_grid(unsigned long long start, unsigned long long end, unsigned long long interval)
+        : start_(start)
+        , interval_(interval)
+        , count_(interval > 0 && static_cast<long long>(start) < static_cast<long long>(end)
+                     ? (end - start) / interval + 1
+                     : 0)
+    {
+    }
+
+    static constexpr unsigned long long off_grid = ~0ULL;
+
+    /// The bucket that starts at `time`; off_grid when none does.
+    unsigned long long index_of(long long time) const
+    {
+        const unsigned long long offset = static_cast<unsigned long long>(time) - start_;
+        return interval_ > 0 && offset % interval_ == 0 && offset / interval_ < count_ ? offset / interval_
+                                                                                       : off_grid;
+    }
+
+    long long time_of(unsigned long long index) const
+    {
+        return static_cast<long long>(start_ + index * interval_);
+    }
+    unsigned long long count() const { return count_; }
+
+private:
+    unsigned long long start_;
+    unsigned long long interval_;
+    unsigned long long count_;
+};
+
+/// Builds the series. Each channel's buckets are made in rising order and exactly once, whatever the rows
+/// are, so the series is never longer than the channels of the reply times the buckets of the range.
+class dense_series {
+public:
+    dense_series(const time_grid& grid, std::vector<bucket>& buckets)
+        : grid_(grid)
+        , buckets_(buckets)
+    {
+    }
+
+    void fill_until(unsigned long long end, std::string_view channel)
+    {
+        while (next_ < end) {
+            append(channel);
+        }
+    }
+
+    void fill_rest(std::string_view channel) { fill_until(grid_.count(), channel); }
+
+    void add(json_object* row)
+    {
+        json_object* id = json_member(row, "_id");
+        json_object* channel_member = json_member(id, "channel_sid");
+        const std::string_view channel = json_text(channel_member);
+        if (channel_member && !enter(channel)) {
+            ++skipped_;
+            return;
+        }
+        last_channel_ = channel;
+        const unsigned long long index = grid_.index_of(json_text_number(json_member(id, "timestamp")));
+        if (index == time_grid::off_grid || index < next_) {
+            ++skipped_;
+            return;
+        }
+        fill_until(index, channel);
+        bucket& filled = append(channel);
+        get_json_int(row, "sum_in", &filled.people_count_in);
+        get_json_int(row, "sum_out", &filled.people_count_out);
+    }
+
+    /// After the last row: its channel's series is completed.
+    void finish() { fill_rest(last_channel_); }
+
+    std::size_t skipped() const { return skipped_; }
+
+private:
+    /// Changes to a channel when it is another one; false when that channel's series was completed before.
+    bool enter(std::string_view channel)
+    {
+        if (current_ == channel || (current_.empty() && next_ == 0)) {
+            current_ = channel;
+            return true;
+        }
+        if (done_.count(channel) != 0) {
+            return false;
+        }
+        fill_rest(current_);
+        done_.insert(current_);
+        current_ = channel;
+        next_ = 0;
+        return true;
+    }
+
+    bucket& append(std::string_view channel)
+    {
+        bucket& made = buckets_.emplace_back();
+        made.timestamp = grid_.time_of(next_++);
+        abort_if_long(made.channel_sid, channel, "channel_sid");
+        return made;
+    }
+
+    const time_grid& grid_;
+    std::vector<bucket>& buckets_;
+    unsigned long long next_ = 0; ///< the bucket expected next
+    std::string_view current_;    ///< texts of the reply's tree
+    std::string_view last_channel_;
+    std::unordered_set<std::string_view> done_;
+    std::size_t skipped_ = 0;
+};
+
+} // namespace
+
+void read_statistics(const std::string& body, bool one_channel, unsigned long long interval,
+                     unsigned long long start, unsigned long long end,
+                     std::vector<people_counting_metadata_information>& rows, int& result)
+{
+    const json_owner tree = parse_json(body.c_str());
+    get_json_int(tree.get(), "ret", &result);
+    if (result == ret_nothing) {
+        return;
+    }
+    const time_grid grid(start, end, interval);
+    dense_series series(grid, rows);
+    const json_elements sums(json_member(tree.get(), "datas"));
+    if (sums.size() == 0) {
+        if (one_channel) {
+            series.fill_rest({});
+        }
+        return;
+    }
+    for (json_object* row : sums) {
+        series.add(row);
+    }
+    series.finish();
+    if (series.skipped() > 0) {
+        log_debug("[korvane](%s:%d) %zu of %zu rows skipped: off the time grid or out of order",
+                  "trans_string_to_people_counting_metadata_statistics", __LINE__, series.skipped(),
+                  sums.size());
+    }
+}
+
+} // namespace korvane
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value, as the interface has it
+int trans_string_to_people_counting_metadata_statistics(
+    std::string body, char* channel_sid, char* /*query_type*/, unsigned long long interval,
+    unsigned long long start, unsigned long long end, std::vector<people_counting_metadata_information>& rows,
+    int& result)
+{
+    return korvane::guarded(__func__, [&] {
+        korvane::read_statistics(body, channel_sid != nullptr, interval, start, end, rows, result);
+        return 0;
+    });
+}

@@ -1,0 +1,63 @@
+#include "dispatch/face_filters.h"
+
+#include "log/korvane_log.h"
+#include "util/guarded.h"
+
+namespace korvane {
+
+namespace {
+
+/// A bound from 0 to 100; -2, logged, for any other, and without one.
+int read_confidence_bound(json_object* filters, const char* key, const query_log& log, int line,
+                          const char* which)
+{
+    json_object* member = json_member(filters, key);
+    if (member == nullptr) {
+        return -2;
+    }
+    const int value = json_object_get_int(member);
+    if (value < 0 || value > 100) {
+        log_confidence_bound(log, line, which, value);
+        return -2;
+    }
+    return value;
+}
+
+std::vector<int> read_ages(json_object* filters)
+{
+    std::vector<int> ages;
+    for (json_object* age : json_elements(json_member(filters, "age"))) {
+        ages.push_back(json_object_get_int(age));
+    }
+    return ages;
+}
+
+} // namespace
+
+int read_face_filters(json_object* filters, const query_log& log, face_filters& asked)
+{
+    asked.channels = read_channels(filters, log);
+    asked.times = read_time_range(filters);
+    asked.area = read_area(filters);
+    asked.ages = read_ages(filters);
+    if (json_object* gender = json_member(filters, "gender")) {
+        refuse_if_long copy;
+        copy(asked.gender, json_text(gender), "gender");
+        if (copy.refused()) {
+            return refused_filter(log, copy);
+        }
+        asked.has_gender = true;
+    }
+    asked.person_names = read_texts(filters, "person_name");
+    asked.person_keys = read_texts(filters, "person_key");
+    asked.start_confidence =
+        read_confidence_bound(filters, "start_confidence", log, log.lines.start_confidence, "start");
+    asked.end_confidence =
+        read_confidence_bound(filters, "end_confidence", log, log.lines.end_confidence, "end");
+    asked.registered = json_int_member(filters, "registered", -1);
+    asked.result_ids = read_texts(filters, "resultId");
+    asked.provider_ids = read_texts(filters, "provider_id");
+    return as_int(result_ok);
+}
+
+} // namespace korvane

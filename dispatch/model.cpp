@@ -1,0 +1,190 @@
+#include "dispatch/ingest_steps.h"
+#include "dispatch/kinds.h"
+#include "dispatch/query_steps.h"
+#include "store/ai_CDataBaseComm.h"
+#include "util/fixed_text.h"
+
+#include <ctime>
+
+namespace korvane {
+
+namespace {
+
+constexpr ingest_log model_ingest{"add_model_metadata", {}};
+constexpr report_keys model_keys{"appID", "appName", "version"};
+
+/// A confidence out of range never refuses the object: it is logged and stored as none.
+double read_confidence(json_object* object)
+{
+    double value = 0.0;
+    get_json_double(object, "confidence", &value);
+    if (!(value >= 0.0 && value <= 100.0)) {
+        log_debug("[korvane](%s:%d) confidence value : %f out of bounds(%d~%d)", model_ingest.function,
+                  __LINE__, value, 0, 100);
+        return 0.0;
+    }
+    return value;
+}
+
+/// Stores one detected object.
+int add_model(json_object* object, const report_header& report, const result_header& result)
+{
+    model_importer_metadata_information record;
+    json_object* position = json_array_member(object, "position");
+    if (position == nullptr) {
+        return missing_member(model_ingest, __LINE__, "position");
+    }
+    if (const int code = read_vertices(position, model_ingest, record.positions)) {
+        return code;
+    }
+    refuse_if_long copy;
+    fill_header(record, report, result, copy);
+    copy(record.description, json_text(json_member(object, "description")), "description");
+    copy(record.object_name, json_text(json_member(object, "object_name")), "object_name");
+    if (copy.refused()) {
+        return refused_text(model_ingest, copy);
+    }
+    record.confidence = read_confidence(object);
+
+    const int code = ai_CDataBaseComm().add_model_metadata(record);
+    if (code != 0) {
+        log_debug("[korvane](%s:%d) add model metadata failed", model_ingest.function,
+                  model_ingest.lines.store);
+    }
+    return code;
+}
+
+int add_models(json_object* request, const char* kind_name, const char* timestamp_text)
+{
+    report_header report;
+    if (const int code = open_report(request, model_keys, kind_name, timestamp_text, model_ingest, report)) {
+        return code;
+    }
+    for (json_object* element : json_elements(report.results)) {
+        const result_header result = read_result(element, report);
+        json_object* objects = json_array_member(element, "objects");
+        if (objects == nullptr) {
+            return missing_member(model_ingest, __LINE__, "objects");
+        }
+        for (json_object* list : json_elements(objects)) {
+            if (!json_object_is_type(list, json_type_array)) {
+                return missing_member(model_ingest, __LINE__, "objects");
+            }
+            for (json_object* object : json_elements(list)) {
+                if (const int code = add_model(object, report, result)) {
+                    return code;
+                }
+            }
+        }
+    }
+    return as_int(result_ok);
+}
+
+constexpr query_log model_query{"query_model_metadata", {}};
+
+/// A bound that `usable` takes; -1, logged, for any other, and without one.
+template <class Usable>
+int read_confidence_bound(json_object* filters, const char* key, int line, const char* which, Usable usable)
+{
+    json_object* member = json_member(filters, key);
+    if (member == nullptr) {
+        return -1;
+    }
+    const int value = json_object_get_int(member);
+    if (!usable(value)) {
+        log_confidence_bound(model_query, line, which, value);
+        return -1;
+    }
+    return value;
+}
+
+/// Only 100 and more: hosts rely on every ordinary lower bound being dropped, and with it the range.
+int read_start_confidence(json_object* filters)
+{
+    return read_confidence_bound(filters, "start_confidence", model_query.lines.start_confidence, "start",
+                                 [](int value) { return value > 99; });
+}
+
+int read_end_confidence(json_object* filters)
+{
+    return read_confidence_bound(filters, "end_confidence", model_query.lines.end_confidence, "end",
+                                 [](int value) { return value >= 0 && value <= 100; });
+}
+
+void model_row(answer_row& row, const model_importer_metadata_information& record)
+{
+    row.date("date", record.timestamp);
+    row.text_if_set("appName", record.app_name);
+    row.text_if_set(
+        "brand", record.brand); // brand before model, and description before the channel: not as for people
+    row.text_if_set("version", record.version);
+    row.text_if_set("task_name", record.task_name);
+    row.text_if_set("model", record.model);
+    row.digits("timestamp", record.timestamp);
+    row.text_if_set("description", record.description);
+    row.text("channel_sid", record.channel_sid);
+    row.stream("stream_id", record.stream_id);
+    row.text_if_set("object_name", record.object_name);
+    if (record.confidence != 0.0) {
+        row.real("confidence", record.confidence);
+    }
+    row.polygon("position", record.positions);
+}
+
+int query_models(json_object* request, json_object* answer)
+{
+    json_object* filters = open_filters(request, model_query);
+    if (filters == nullptr) {
+        return as_int(result_bad_request);
+    }
+    std::vector<std::string> channels = read_channels(filters, model_query);
+    char object_name[129] = {};
+    json_object* object_name_member = json_member(filters, "object_name");
+    refuse_if_long copy;
+    copy(object_name, json_text(object_name_member), "object_name");
+    if (copy.refused()) {
+        return refused_filter(model_query, copy);
+    }
+    const int sort_dir = read_sort_dir(filters);
+    const page page = read_page(filters);
+    const time_range times = read_time_range(filters);
+    const int start_confidence = read_start_confidence(filters);
+    const int end_confidence = read_end_confidence(filters);
+
+    std::vector<model_importer_metadata_information> records;
+    long long total = 0;
+    int over = 0;
+    const int code = ai_CDataBaseComm().get_model_metadata(
+        sort_dir, page.skip, page.limit, std::move(channels), object_name_member ? object_name : nullptr,
+        times.start, times.end, start_confidence, end_confidence, read_area(filters), records, total, over);
+    if (code != 0) {
+        log_debug("[korvane](%s:%d) get model metadata failed", model_query.function,
+                  model_query.lines.store);
+        return code;
+    }
+    tzset(); // once for all rows
+    fill_answer(answer, total, over, make_rows(records, model_query, model_row));
+    return as_int(result_ok);
+}
+
+} // namespace
+
+} // namespace korvane
+
+int add_model_metadata(json_object* request, char* kind_name, char* timestamp_text)
+{
+    if (request == nullptr || kind_name == nullptr || timestamp_text == nullptr) {
+        return korvane::as_int(korvane::result_null_request);
+    }
+    return korvane::guarded(__func__,
+                            [&] { return korvane::add_models(request, kind_name, timestamp_text); });
+}
+
+unsigned int query_model_metadata(json_object* request, json_object*& answer)
+{
+    if (request == nullptr || answer == nullptr) {
+        return korvane::result_null_request;
+    }
+    return static_cast<unsigned int>(
+        korvane::guarded(__func__, [&] { return korvane::query_models(request, answer); }));
+}

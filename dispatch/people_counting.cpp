@@ -1,0 +1,268 @@
+#include "dispatch/ingest_steps.h"
+#include "dispatch/kinds.h"
+#include "dispatch/query_steps.h"
+#include "store/ai_CDataBaseComm.h"
+#include "util/fixed_text.h"
+
+#include <korvane/ai_metadata.h>
+
+#include <cstdlib>
+
+namespace korvane {
+
+namespace {
+
+constexpr ingest_log counting_ingest{"add_people_counting_metadata", {}};
+constexpr report_keys counting_keys{"appID", "appName", "version"};
+
+/// Stores one counted line or zone.
+int add_counts(json_object* object, const report_header& report, const result_header& result)
+{
+    json_object* count_in = json_member(object, "people_count_in");
+    if (count_in == nullptr) {
+        return missing_member(counting_ingest, __LINE__, "people_count_in");
+    }
+    json_object* count_out = json_member(object, "people_count_out");
+    if (count_out == nullptr) {
+        return missing_member(counting_ingest, __LINE__, "people_count_out");
+    }
+    json_object* position = json_array_member(object, "position");
+    if (position == nullptr) {
+        return missing_member(counting_ingest, __LINE__, "position");
+    }
+    people_counting_metadata_information record;
+    if (const int code = read_vertices(position, counting_ingest, record.positions)) {
+        return code;
+    }
+    fill_header(record, report, result, abort_if_long);
+    abort_if_long(record.description, json_text(json_member(object, "description")), "description");
+    record.people_count_in = json_object_get_int(count_in);
+    record.people_count_out = json_object_get_int(count_out);
+
+    const int code = ai_CDataBaseComm().add_people_counting_metadata(record);
+    if (code != 0) {
+        log_debug("[korvane](%s:%d) add people counting metadata failed", counting_ingest.function,
+                  counting_ingest.lines.store);
+    }
+    return code;
+}
+
+int add_all_counts(json_object* request, const char* kind_name, const char* timestamp_text)
+{
+    report_header report;
+    if (const int code =
+            open_report(request, counting_keys, kind_name, timestamp_text, counting_ingest, report)) {
+        return code;
+    }
+    for (json_object* element : json_elements(report.results)) {
+        const result_header result = read_result(element, report);
+        json_object* objects = json_array_member(element, "objects");
+        if (objects == nullptr) {
+            return missing_member(counting_ingest, __LINE__, "objects");
+        }
+        for (json_object* list : json_elements(objects)) {
+            if (!json_object_is_type(list, json_type_array)) {
+                return missing_member(counting_ingest, __LINE__, "objects");
+            }
+            for (json_object* object : json_elements(list)) {
+                if (const int code = add_counts(object, report, result)) {
+                    return code;
+                }
+            }
+        }
+    }
+    return as_int(result_ok);
+}
+
+constexpr query_log counting_query{"query_people_counting_metadata", {}};
+
+using bucket = people_counting_metadata_information;
+
+constexpr unsigned long long day_ms = 86'400'000;
+
+/// What a query type means. The range ends with the day asked for.
+struct query_type_row {
+    const char* name;
+    unsigned long long interval_ms;
+    unsigned long long earlier_days;
+};
+
+constexpr query_type_row query_types[] = {
+    {"15-min", 900'000, 0},
+    {"hour", 3'600'000, 0},
+    {"day", day_ms, 6},
+};
+
+const query_type_row* find_query_type(std::string_view name)
+{
+    for (const query_type_row& row : query_types) {
+        if (name == row.name) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
+/// Local midnight of the day that holds the decimal milliseconds `ms_text`; unsigned, so that no time
+/// overflows.
+unsigned long long day_start(char* ms_text)
+{
+    char unit[] = "day";
+    char start[24] = {};
+    trans_timestamp_to_timepoint(unit, ms_text, start);
+    return static_cast<unsigned long long>(std::strtoll(start, nullptr, 10));
+}
+
+json_owner channel_buckets(const std::vector<bucket>& buckets)
+{
+    return make_rows(buckets, counting_query, [](answer_row& row, const bucket& bucket) {
+        row.digits("start_time", bucket.timestamp);
+        row.number("sum_in", bucket.people_count_in);
+        row.number("sum_out", bucket.people_count_out);
+    });
+}
+
+/// All channels are answered in groups of seven buckets, whatever the query type: with "day", a week a
+/// channel.
+constexpr unsigned long long group_size = 7;
+
+json_owner make_group(const bucket* first)
+{
+    json_owner data = made_json(json_object_new_array());
+    for (unsigned long long i = 0; i < group_size; ++i) {
+        char date[date_size];
+        write_day(first[i].timestamp, date);
+        answer_row row(counting_query);
+        row.text("date", date);
+        row.number("sum_in", first[i].people_count_in);
+        row.number("sum_out", first[i].people_count_out);
+        add_json_element(data.get(), row.finish());
+    }
+    answer_row group(counting_query);
+    group.text("channel_sid", first->channel_sid);
+    json_owner object = group.finish();
+    add_json_member(object.get(), "data", std::move(data));
+    return object;
+}
+
+json_owner page_of_groups(const std::vector<bucket>& buckets, unsigned long long count, const page& page)
+{
+    json_owner groups = made_json(json_object_new_array());
+    const auto skip = static_cast<unsigned long long>(page.skip); // a negative one lies behind every group
+    for (unsigned long long group = skip; group < count && page.limit > 0; ++group) {
+        if (group - skip >= static_cast<unsigned long long>(page.limit)) {
+            break;
+        }
+        add_json_element(groups.get(), make_group(&buckets[group * group_size]));
+    }
+    return groups;
+}
+
+/// A statistics query as it was read; the texts within the widths that the interface gives them.
+struct statistics_query {
+    bool one_channel = false;
+    char channel_sid[33] = {};
+    char query_type[33] = {};
+    char start_time[24] = {};
+};
+
+int read_statistics_query(json_object* filters, statistics_query& asked)
+{
+    json_object* channel = json_member(filters, "channel_sid");
+    abort_if_long(asked.channel_sid, json_text(channel), "channel_sid");
+    asked.one_channel = asked.channel_sid[0] != '\0';
+
+    const std::string_view query_type = json_text(json_member(filters, "query_type"));
+    if (query_type.empty()) {
+        log_debug("%s(%d)- [korvane] get query_type failed ", counting_query.function, __LINE__);
+        return as_int(result_bad_request);
+    }
+    abort_if_long(asked.query_type, query_type, "query_type");
+
+    json_object* start_time = json_member(filters, "start_time");
+    if (start_time == nullptr) {
+        log_debug("%s(%d)- [korvane] get start_time failed ", counting_query.function, __LINE__);
+        return as_int(result_bad_request);
+    }
+    abort_if_long(asked.start_time, json_text(start_time), "start_time");
+    return as_int(result_ok);
+}
+
+int query_statistics(json_object* request, json_object* answer)
+{
+    json_object* filters = open_filters(request, counting_query);
+    if (filters == nullptr) {
+        return as_int(result_bad_request);
+    }
+    statistics_query asked;
+    if (const int code = read_statistics_query(filters, asked)) {
+        return code;
+    }
+    const query_type_row* type = find_query_type(asked.query_type);
+    if (type == nullptr) {
+        log_debug("%s(%d)- [korvane] invalid query type ", counting_query.function, __LINE__);
+        return as_int(result_unknown_query_type);
+    }
+    const unsigned long long day = day_start(asked.start_time);
+    std::vector<bucket> buckets;
+    const int code = ai_CDataBaseComm().get_people_counting_metadata(
+        asked.query_type, asked.one_channel ? asked.channel_sid : nullptr, type->interval_ms,
+        day - type->earlier_days * day_ms, day + day_ms - 1, buckets, nullptr);
+    if (code != 0) {
+        log_debug("[korvane](%s:%d) get people counting metadata failed", counting_query.function,
+                  counting_query.lines.store);
+        return code;
+    }
+    if (asked.one_channel) {
+        add_json_member(answer, "metadatalist", channel_buckets(buckets));
+        add_json_member(answer, "channel_sid", make_json_text(asked.channel_sid));
+    } else {
+        const unsigned long long count = buckets.size() / group_size;
+        json_owner groups = page_of_groups(buckets, count, read_page(filters));
+        add_json_member(answer, "count", make_json_number(static_cast<int>(count)));
+        add_json_member(answer, "metadatalist", std::move(groups));
+    }
+    return as_int(result_ok);
+}
+
+int delete_counts(char* timestamp)
+{
+    constexpr unsigned long long kept_days = 6; // the days before that a "day" query shows
+    const unsigned long long cutoff = day_start(timestamp) - kept_days * day_ms;
+    const int code = ai_CDataBaseComm().delete_people_counting(cutoff);
+    if (code != 0) {
+        log_debug("[korvane](%s:%d) delete people counting metadata failed", "delete_people_counting",
+                  __LINE__);
+    }
+    return code;
+}
+
+} // namespace
+
+} // namespace korvane
+
+int add_people_counting_metadata(json_object* request, char* kind_name, char* timestamp_text)
+{
+    if (request == nullptr || kind_name == nullptr || timestamp_text == nullptr) {
+        return korvane::as_int(korvane::result_null_request);
+    }
+    return korvane::guarded(__func__,
+                            [&] { return korvane::add_all_counts(request, kind_name, timestamp_text); });
+}
+
+unsigned int query_people_counting_metadata(json_object* query, json_object*& answer)
+{
+    if (query == nullptr || answer == nullptr) {
+        return korvane::result_null_request;
+    }
+    return static_cast<unsigned int>(
+        korvane::guarded(__func__, [&] { return korvane::query_statistics(query, answer); }));
+}
+
+int delete_people_counting(void* json_text)
+{
+    if (json_text == nullptr) {
+        return korvane::as_int(korvane::result_null_request);
+    }
+    return korvane::guarded(__func__, [&] { return korvane::delete_counts(static_cast<char*>(json_text)); });
+}
