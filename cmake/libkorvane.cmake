@@ -1,6 +1,6 @@
 # The library. It exports exactly the names in abi/exported_names.txt and needs json-c, libcurl and the C++ runtime.
 find_package(PkgConfig REQUIRED)
-pkg_check_modules(JSON_C REQUIRED IMPORTED_TARGET json-c)
+pkg_check_modules(JSON_C REQUIRED IMPORTED_TARGET json-c>=0.15)
 find_package(CURL REQUIRED)
 
 set(korvane_sources
@@ -23,6 +23,7 @@ set(korvane_sources
     dispatch/model.cpp
     dispatch/people_counting.cpp
     dispatch/query_steps.cpp
+    dispatch/refused_text.cpp
     dispatch/vault.cpp
     log/file_lock.cpp
     log/korvane_log.cpp
@@ -41,6 +42,9 @@ set(korvane_sources
     util/time_conversions.cpp
     util/url_encode.cpp
 )
+if(KORVANE_SESSION_HEADER AND NOT KORVANE_SESSION STREQUAL "host")
+    message(FATAL_ERROR "KORVANE_SESSION_HEADER names the host's class: add -DKORVANE_SESSION=host")
+endif()
 if(KORVANE_SESSION STREQUAL "carried")
     list(APPEND korvane_sources platform/posix_session.cpp)
 elseif(NOT KORVANE_SESSION STREQUAL "host")

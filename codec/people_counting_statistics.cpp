@@ -18,10 +18,13 @@ public:
     time_grid(unsigned long long start, unsigned long long end, unsigned long long interval)
         : start_(start)
         , interval_(interval)
-        , count_(interval > 0 && static_cast<long long>(start) < static_cast<long long>(end)
-                     ? (end - start) / interval + 1
-                     : 0)
     {
+        const auto first = static_cast<long long>(start);
+        const auto last = static_cast<long long>(end);
+        if (interval > 0 && first <= last) {
+            count_ = (end - start) / interval + 1;
+            count_before_end_ = first < last ? (end - start - 1) / interval + 1 : 0;
+        }
     }
 
     static constexpr unsigned long long off_grid = ~0ULL;
@@ -40,10 +43,14 @@ public:
     }
     unsigned long long count() const { return count_; }
 
+    /// Without a bucket that starts at the end itself: the empty series stops short of it.
+    unsigned long long count_before_end() const { return count_before_end_; }
+
 private:
     unsigned long long start_;
     unsigned long long interval_;
-    unsigned long long count_;
+    unsigned long long count_ = 0;
+    unsigned long long count_before_end_ = 0;
 };
 
 /// Builds the series. Each channel's buckets are made in rising order and exactly once, whatever the rows
@@ -142,7 +149,7 @@ void read_statistics(const std::string& body, bool one_channel, unsigned long lo
     const json_elements sums(json_member(tree.get(), "datas"));
     if (sums.size() == 0) {
         if (one_channel) {
-            series.fill_rest({});
+            series.fill_until(grid.count_before_end(), {});
         }
         return;
     }

@@ -4,36 +4,32 @@
 
 namespace korvane {
 
-namespace {
-
-/// Characters of "[x,y],".
-std::size_t length_of(const Tposition_xy& vertex)
+/// Appends "[x,y]," if it fits and leaves `reserve` characters; says whether it did.
+bool record_writer::append_vertex(const Tposition_xy& vertex, std::size_t reserve)
 {
-    return text_of(vertex.x).size() + text_of(vertex.y).size() + 4;
-}
-
-} // namespace
-
-void record_writer::append_vertex(const Tposition_xy& vertex)
-{
+    const std::string_view x = text_of(vertex.x);
+    const std::string_view y = text_of(vertex.y);
+    if (x.size() + y.size() + std::string_view("[,],").size() + reserve > text_.room()) {
+        return false;
+    }
     text_.append("[");
-    text_.append(text_of(vertex.x));
+    text_.append(x);
     text_.append(",");
-    text_.append(text_of(vertex.y));
+    text_.append(y);
     text_.append("],");
+    return true;
 }
 
 /// Appends as many vertices as fit whole and leave `reserve` characters.
 void record_writer::append_vertices(const std::vector<Tposition_xy>& polygon, std::size_t reserve)
 {
     std::size_t count = 0;
-    while (count < polygon.size() && length_of(polygon[count]) + reserve <= text_.room()) {
-        append_vertex(polygon[count]);
+    while (count < polygon.size() && append_vertex(polygon[count], reserve)) {
         ++count;
     }
     if (count < polygon.size()) {
-        log_debug("[korvane](%s:%d) loc holds %zu of %zu vertices, the others do not fit", codec_, __LINE__,
-                  count, polygon.size());
+        log_debug("[korvane](%s:%d) loc holds %zu of %zu vertices, the others do not fit", codec_, __LINE__, count,
+                  polygon.size());
     }
 }
 
@@ -58,8 +54,9 @@ void record_writer::closed_ring(std::string_view name, const std::vector<Tpositi
     }
     key(name);
     text_.append(R"({"type":"Polygon","coordinates":[[)");
-    append_vertices(polygon, length_of(polygon.front()) + end.size() - 1);
-    append_vertex(polygon.front());
+    const std::size_t closing = text_of(polygon.front().x).size() + text_of(polygon.front().y).size() + 4;
+    append_vertices(polygon, closing + end.size() - 1);
+    append_vertex(polygon.front(), end.size() - 1);
     text_.remove_last();
     text_.append(end);
 }

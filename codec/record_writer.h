@@ -126,7 +126,7 @@ private:
         text_.append(",");
     }
 
-    void append_vertex(const Tposition_xy& vertex);
+    bool append_vertex(const Tposition_xy& vertex, std::size_t reserve);
     void append_vertices(const std::vector<Tposition_xy>& polygon, std::size_t reserve);
 
     work_area text_;

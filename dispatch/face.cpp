@@ -2,11 +2,9 @@
 #include "dispatch/ingest_steps.h"
 #include "dispatch/kinds.h"
 #include "dispatch/query_steps.h"
+#include "dispatch/refused_text.h"
 #include "store/ai_CDataBaseComm.h"
 #include "util/fixed_text.h"
-
-#include <cstring>
-#include <ctime>
 
 namespace korvane {
 
@@ -60,7 +58,7 @@ int add_face(json_object* tube, const report_header& report, const result_header
     copy(record.gender, text("gender"), "gender");
     cut_bytes(record.resultId, text("resultId"));
     if (copy.refused()) {
-        return refused_text(face_ingest, copy);
+        return refused_text(face_ingest.function, face_ingest.lines.long_text, copy);
     }
     if (json_object* registered = json_member(tube, "registered")) {
         record.registered = json_object_get_boolean(registered) != 0;
@@ -180,7 +178,7 @@ int query_faces(json_object* request, json_object* answer)
     }
     log_debug("[korvane](%s:%d) vec_face_metadata_info.size() : %d", face_query.function, count_line,
               static_cast<int>(records.size()));
-    const long long zone_ms = get_timezone_diff() * 1000LL; // refreshes the zone for all rows too
+    const long long zone_ms = get_timezone_diff() * 1000LL;
     fill_answer(answer, total, over,
                 make_rows(records, face_query, [zone_ms](answer_row& row, const auto& record) {
                     face_row(row, record, zone_ms);
@@ -202,7 +200,7 @@ int add_face_metadata(json_object* request, char* kind_name, char* timestamp_tex
 
 unsigned int query_face_metadata(json_object* request, json_object*& answer)
 {
-    if (request == nullptr || answer == nullptr) {
+    if (request == nullptr || !json_object_is_type(answer, json_type_object)) {
         return korvane::result_null_request;
     }
     return static_cast<unsigned int>(

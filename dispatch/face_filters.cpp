@@ -1,5 +1,6 @@
 #include "dispatch/face_filters.h"
 
+#include "dispatch/refused_text.h"
 #include "log/korvane_log.h"
 #include "util/guarded.h"
 
@@ -44,7 +45,7 @@ int read_face_filters(json_object* filters, const query_log& log, face_filters& 
         refuse_if_long copy;
         copy(asked.gender, json_text(gender), "gender");
         if (copy.refused()) {
-            return refused_filter(log, copy);
+            return refused_text(log.function, log.lines.long_text, copy);
         }
         asked.has_gender = true;
     }

@@ -4,8 +4,6 @@
 #include "store/ai_CDataBaseComm.h"
 #include "util/fixed_text.h"
 
-#include <ctime>
-
 namespace korvane {
 
 namespace {
@@ -100,7 +98,6 @@ int query_humans(json_object* request, json_object* answer)
                   human_query.lines.store);
         return code;
     }
-    tzset(); // once for all rows
     fill_answer(answer, total, over, make_rows(records, human_query, human_row));
     return as_int(result_ok);
 }
@@ -120,7 +117,7 @@ int add_human_metadata(json_object* request, char* kind_name, char* timestamp_te
 
 unsigned int query_human_metadata(json_object* request, json_object*& answer)
 {
-    if (request == nullptr || answer == nullptr) {
+    if (request == nullptr || !json_object_is_type(answer, json_type_object)) {
         return korvane::result_null_request;
     }
     return static_cast<unsigned int>(

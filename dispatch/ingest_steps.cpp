@@ -12,13 +12,6 @@ int missing_member(const ingest_log& log, int line, const char* member)
     return as_int(result_bad_request);
 }
 
-int refused_text(const ingest_log& log, const refuse_if_long& copy)
-{
-    log_debug("%s(%d)- [korvane] %s has %zu characters, at most %zu are allowed", log.function,
-              log.lines.long_text, copy.refused(), copy.length(), copy.limit());
-    return as_int(result_bad_request);
-}
-
 int open_report(json_object* request, const report_keys& keys, const char* kind_name,
                 const char* timestamp_text, const ingest_log& log, report_header& report)
 {

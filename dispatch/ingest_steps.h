@@ -74,9 +74,6 @@ result_header read_result(json_object* result, const report_header& report);
 [[nodiscard]] int read_vertices(json_object* position, const ingest_log& log,
                                 std::vector<Tposition_xy>& polygon);
 
-/// Logs a text that did not fit, and gives the code for it.
-[[nodiscard]] int refused_text(const ingest_log& log, const refuse_if_long& copy);
-
 /// Fills the fields that records of every kind have, but for the description, under the kind's rule for long
 /// texts, which is told the key that the text came from.
 template <class Record, class CopyRule>

@@ -1,10 +1,9 @@
 #include "dispatch/ingest_steps.h"
 #include "dispatch/kinds.h"
 #include "dispatch/query_steps.h"
+#include "dispatch/refused_text.h"
 #include "store/ai_CDataBaseComm.h"
 #include "util/fixed_text.h"
-
-#include <ctime>
 
 namespace korvane {
 
@@ -42,7 +41,7 @@ int add_model(json_object* object, const report_header& report, const result_hea
     copy(record.description, json_text(json_member(object, "description")), "description");
     copy(record.object_name, json_text(json_member(object, "object_name")), "object_name");
     if (copy.refused()) {
-        return refused_text(model_ingest, copy);
+        return refused_text(model_ingest.function, model_ingest.lines.long_text, copy);
     }
     record.confidence = read_confidence(object);
 
@@ -113,10 +112,10 @@ int read_end_confidence(json_object* filters)
 
 void model_row(answer_row& row, const model_importer_metadata_information& record)
 {
+    // Brand before model, and description before the channel: not as for people.
     row.date("date", record.timestamp);
     row.text_if_set("appName", record.app_name);
-    row.text_if_set(
-        "brand", record.brand); // brand before model, and description before the channel: not as for people
+    row.text_if_set("brand", record.brand);
     row.text_if_set("version", record.version);
     row.text_if_set("task_name", record.task_name);
     row.text_if_set("model", record.model);
@@ -143,7 +142,7 @@ int query_models(json_object* request, json_object* answer)
     refuse_if_long copy;
     copy(object_name, json_text(object_name_member), "object_name");
     if (copy.refused()) {
-        return refused_filter(model_query, copy);
+        return refused_text(model_query.function, model_query.lines.long_text, copy);
     }
     const int sort_dir = read_sort_dir(filters);
     const page page = read_page(filters);
@@ -162,7 +161,6 @@ int query_models(json_object* request, json_object* answer)
                   model_query.lines.store);
         return code;
     }
-    tzset(); // once for all rows
     fill_answer(answer, total, over, make_rows(records, model_query, model_row));
     return as_int(result_ok);
 }
@@ -182,7 +180,7 @@ int add_model_metadata(json_object* request, char* kind_name, char* timestamp_te
 
 unsigned int query_model_metadata(json_object* request, json_object*& answer)
 {
-    if (request == nullptr || answer == nullptr) {
+    if (request == nullptr || !json_object_is_type(answer, json_type_object)) {
         return korvane::result_null_request;
     }
     return static_cast<unsigned int>(

@@ -252,7 +252,7 @@ int add_people_counting_metadata(json_object* request, char* kind_name, char* ti
 
 unsigned int query_people_counting_metadata(json_object* query, json_object*& answer)
 {
-    if (query == nullptr || answer == nullptr) {
+    if (query == nullptr || !json_object_is_type(answer, json_type_object)) {
         return korvane::result_null_request;
     }
     return static_cast<unsigned int>(

@@ -71,13 +71,6 @@ void log_confidence_bound(const query_log& log, int line, const char* which, int
               value, 0, 100);
 }
 
-int refused_filter(const query_log& log, const refuse_if_long& copy)
-{
-    log_debug("%s(%d)- [korvane] %s has %zu characters, at most %zu are allowed", log.function,
-              log.lines.long_text, copy.refused(), copy.length(), copy.limit());
-    return as_int(result_bad_request);
-}
-
 namespace {
 
 /// Writes {"x":..., "y":...} for as many vertices as fit whole; says how many.

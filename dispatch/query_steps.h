@@ -7,6 +7,7 @@
 
 #include <korvane/metadata_records.h>
 
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -57,17 +58,11 @@ time_range read_time_range(json_object* filters);
 /// "x1"/"y1" to "x4"/"y4".
 std::vector<Tposition_xy> read_area(json_object* filters);
 
-/// Logs a filter that does not fit, and gives the code for it.
-[[nodiscard]] int refused_filter(const query_log& log, const refuse_if_long& copy);
-
 /// The texts of an optional array; none when it is missing.
 std::vector<std::string> read_texts(json_object* filters, const char* key);
 
 /// Tells of a confidence bound that is left out.
 void log_confidence_bound(const query_log& log, int line, const char* which, int value);
-
-/// Logs a filter that does not fit, and gives the code for it.
-[[nodiscard]] int refused_filter(const query_log& log, const refuse_if_long& copy);
 
 /// One object of an answer's list. Members stand in the order of the calls; each value goes out as json-c
 /// writes it.
@@ -115,10 +110,11 @@ private:
     const query_log& log_;
 };
 
-/// An answer's list: one row a record, in the reply's order.
+/// An answer's list: one row a record, in the reply's order. Asks for the local zone once for all of them.
 template <class Record, class MakeRow>
 json_owner make_rows(const std::vector<Record>& records, const query_log& log, MakeRow make_row)
 {
+    tzset();
     json_owner rows = made_json(json_object_new_array_ext(static_cast<int>(records.size())));
     for (const Record& record : records) {
         answer_row row(log);

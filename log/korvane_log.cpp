@@ -79,8 +79,9 @@ void make_log_folder()
 
 void mark_failure()
 {
-    // /tmp is anybody's: a link planted there must not make us empty the file behind it.
-    const int file = open(failure_marker, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
+    // /tmp is anybody's: a link planted there must not make us empty the file behind it, nor a pipe make us wait.
+    const int file =
+        open(failure_marker, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
     if (file >= 0) {
         close(file);
     }

@@ -87,72 +87,46 @@ void request_line::area(const std::vector<Tposition_xy>& polygon)
     }
 }
 
-void request_line::quoted_list(std::string_view name, const std::vector<std::string>& values)
+/// name=OPEN item SEPARATOR item ... CLOSE; nothing for an empty list.
+template <class Values, class AppendItem>
+void request_line::list(std::string_view name, const list_shape& shape, const Values& values, AppendItem append_item)
 {
     if (values.empty()) {
         return;
     }
     begin(name);
-    text_.append("[");
-    for (const std::string& value : values) {
-        text_.append("\"");
-        raw(value);
-        text_.append("\",");
+    std::string_view before = shape.open;
+    for (const auto& value : values) {
+        text_.append(before);
+        append_item(value);
+        before = shape.separator;
     }
-    text_.replace_last(']');
+    text_.append(shape.close);
+}
+
+void request_line::quoted_list(std::string_view name, const std::vector<std::string>& values)
+{
+    list(name, {"[\"", "\",\"", "\"]"}, values, [this](const std::string& value) { raw(value); });
 }
 
 void request_line::quoted_encoded_list(std::string_view name, const std::vector<std::string>& values)
 {
-    if (values.empty()) {
-        return;
-    }
-    begin(name);
-    text_.append("[");
-    for (const std::string& value : values) {
-        text_.append("\"");
-        encoded(value);
-        text_.append("\",");
-    }
-    text_.replace_last(']');
+    list(name, {"[\"", "\",\"", "\"]"}, values, [this](const std::string& value) { encoded(value); });
 }
 
 void request_line::tabbed_encoded_list(std::string_view name, const std::vector<std::string>& values)
 {
-    if (values.empty()) {
-        return;
-    }
-    begin(name);
-    for (const std::string& value : values) {
-        encoded(value + '\t');
-    }
+    list(name, {"", "", ""}, values, [this](const std::string& value) { encoded(value + '\t'); });
 }
 
 void request_line::barred_encoded_list(std::string_view name, const std::vector<std::string>& values)
 {
-    if (values.empty()) {
-        return;
-    }
-    begin(name);
-    for (const std::string& value : values) {
-        encoded(value);
-        text_.append("|");
-    }
-    text_.remove_last();
+    list(name, {"", "|", ""}, values, [this](const std::string& value) { encoded(value); });
 }
 
 void request_line::number_list(std::string_view name, const std::vector<int>& values)
 {
-    if (values.empty()) {
-        return;
-    }
-    begin(name);
-    text_.append("[");
-    for (const int value : values) {
-        text_.append_number(value);
-        text_.append(",");
-    }
-    text_.replace_last(']');
+    list(name, {"[", ",", "]"}, values, [this](int value) { text_.append_number(value); });
 }
 
 void request_line::times(unsigned long long start_time, unsigned long long end_time)

@@ -61,6 +61,15 @@ public:
     char* c_str() { return text_.c_str(); }
 
 private:
+    struct list_shape {
+        std::string_view open;
+        std::string_view separator;
+        std::string_view close;
+    };
+
+    template <class Values, class AppendItem>
+    void list(std::string_view name, const list_shape& shape, const Values& values, AppendItem append_item);
+
     void begin(std::string_view name);
     void raw(std::string_view value);
     void encoded(const std::string& value);

@@ -20,7 +20,7 @@ enum outcome : int {
     body_incomplete = -5,
 };
 
-char loopback[] = "127.0.0.1"; // a number, so that nothing is resolved
+constexpr char loopback[] = "127.0.0.1"; // a number, so that nothing is resolved
 constexpr int max_header_lines = 100;
 constexpr int max_empty_receives = 100;
 
@@ -116,7 +116,7 @@ int read_body(TTCPSession& session, line_buffer& chunk, long length, std::string
     while (length > 0) {
         const int wanted = static_cast<int>(std::min<long>(length, line_buffer::max_length));
         const int received = session.RecvPacket(chunk.bytes.data(), wanted, true);
-        if (received < 0 || (received == 0 && ++empty_receives > max_empty_receives)) {
+        if (received < 0 || received > wanted || (received == 0 && ++empty_receives > max_empty_receives)) {
             return body_incomplete;
         }
         if (received > 0) {
@@ -132,7 +132,9 @@ int read_body(TTCPSession& session, line_buffer& chunk, long length, std::string
 int exchange(int port, const char* request_head, std::string& body, std::string& reply, int timeout)
 {
     std::string request = make_request(request_head, port, body);
-    TTCPSession session(loopback, port, true, timeout, true, nullptr, -1);
+    char host[sizeof loopback]; // the session's class is not ours: it may write to its host text
+    std::memcpy(host, loopback, sizeof host);
+    TTCPSession session(host, port, true, timeout, true, nullptr, -1);
     if (!connected(session)) {
         return not_connected;
     }

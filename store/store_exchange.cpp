@@ -13,6 +13,16 @@ namespace {
 constexpr int store_port = 10158;
 constexpr int store_timeout = 300;
 
+query_reply send_line(request_line& line)
+{
+    query_reply reply{as_int(result_bad_request), {}};
+    if (line.sendable()) {
+        std::string no_body;
+        reply.result = send_RESTful_req(store_port, line.c_str(), no_body, reply.body, store_timeout);
+    }
+    return reply;
+}
+
 } // namespace
 
 int post_to_store(const char* path, std::string& body)
@@ -26,20 +36,6 @@ int post_to_store(const char* path, std::string& body)
     }
     return json_int_member(parse_json(reply.c_str()).get(), "ret", transport);
 }
-
-namespace {
-
-query_reply send_line(request_line& line)
-{
-    query_reply reply{as_int(result_bad_request), {}};
-    if (line.sendable()) {
-        std::string no_body;
-        reply.result = send_RESTful_req(store_port, line.c_str(), no_body, reply.body, store_timeout);
-    }
-    return reply;
-}
-
-} // namespace
 
 query_reply query_store(request_line& line)
 {

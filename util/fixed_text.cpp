@@ -20,6 +20,17 @@ bool continues_letter(char byte)
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
+/// The longest length up to `limit` that does not split a letter; `limit` itself where the bytes are not UTF-8.
+std::size_t whole_letters(std::string_view text, std::size_t limit)
+{
+    constexpr std::size_t longest_tail = 3;
+    std::size_t length = limit;
+    while (length > 0 && limit - length <= longest_tail && continues_letter(text[length])) {
+        --length;
+    }
+    return limit - length <= longest_tail ? length : limit;
+}
+
 } // namespace
 
 void abort_if_long(text_field field, std::string_view text, const char* name)
@@ -36,11 +47,7 @@ void abort_if_long(text_field field, std::string_view text, const char* name)
 void cut(text_field field, std::string_view text)
 {
     if (text.size() >= field.size) {
-        std::size_t length = field.size - 1;
-        while (length > 0 && continues_letter(text[length])) {
-            --length;
-        }
-        text = text.substr(0, length);
+        text = text.substr(0, whole_letters(text, field.size - 1));
     }
     copy(field, text);
 }

@@ -1,6 +1,6 @@
 #include "util/json_members.h"
 
-#include <clocale>
+#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -56,7 +56,9 @@ void add_json_element(json_object* array, json_owner value)
 json_object* json_member(json_object* object, const char* key)
 {
     json_object* value = nullptr;
-    json_object_object_get_ex(object, key, &value);
+    if (key != nullptr) {
+        json_object_object_get_ex(object, key, &value);
+    }
     return value;
 }
 
@@ -104,10 +106,12 @@ double json_number(json_object* value)
     const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
     const char* text = json_object_get_string(value);
     char* end = nullptr;
+    errno = 0;
     const double number = strtod_l(text, &end, c_locale);
     freelocale(c_locale);
     // As json-c reads texts: nothing but a number counts, and one too large for a double is none.
-    const bool usable = end != text && *end == '\0' && !std::isinf(number);
+    const bool too_large = std::isinf(number) && errno == ERANGE;
+    const bool usable = end != text && *end == '\0' && !too_large;
     return usable ? number : 0.0;
 }
 
@@ -121,7 +125,8 @@ int json_int_member(json_object* object, const char* key, int missing)
 
 void get_json_int(json_object* object, const char* key, int* out)
 {
-    if (json_object* value = korvane::json_member(object, key)) {
+    json_object* value = korvane::json_member(object, key);
+    if (value && out) {
         *out = json_object_get_int(value);
     }
 }
@@ -130,14 +135,15 @@ void get_json_string(json_object* object, const char* key, char* out)
 {
     json_object* value = korvane::json_member(object, key);
     const char* text = value ? json_object_get_string(value) : nullptr;
-    if (text) {
+    if (text && out) {
         std::memcpy(out, text, std::strlen(text) + 1);
     }
 }
 
 void get_json_double(json_object* object, const char* key, double* out)
 {
-    if (json_object* value = korvane::json_member(object, key)) {
+    json_object* value = korvane::json_member(object, key);
+    if (value && out) {
         *out = korvane::json_number(value);
     }
 }
@@ -146,7 +152,7 @@ void get_json_timestamp(json_object* object, long long* out)
 {
     json_object* value = korvane::json_member(object, "timestamp");
     const char* text = value ? json_object_get_string(value) : nullptr;
-    if (text) {
+    if (text && out) {
         *out = std::strtoll(text, nullptr, 10);
     }
 }

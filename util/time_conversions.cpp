@@ -43,11 +43,42 @@ unsigned long long wall_clock_ms()
 
 namespace {
 
-/// Seconds since the epoch of a local time whose daylight saving is not known.
-std::time_t seconds_of_local(std::tm parts)
+long second_of_day(const std::tm& parts)
 {
-    parts.tm_isdst = -1;
-    return std::mktime(&parts);
+    return parts.tm_hour * 3600L + parts.tm_min * 60L + parts.tm_sec;
+}
+
+bool same_day(const std::tm& a, const std::tm& b)
+{
+    return a.tm_yday == b.tm_yday && a.tm_year == b.tm_year;
+}
+
+/// The first second of the local day that holds `seconds`. Without mktime: of a midnight that comes twice, as
+/// where the clocks go back from 01:00, it gives the one or the other, depending on what it was asked before.
+std::time_t start_of_day(std::time_t seconds)
+{
+    const std::tm day = local_time(seconds);
+    std::time_t start = seconds - second_of_day(day);
+    const std::tm reached = local_time(start);
+    if (!same_day(reached, day)) { // too early: the clocks have skipped something since midnight
+        constexpr long day_s = 86'400;
+        start += day_s - second_of_day(reached);
+    }
+    // Too late: they have gone back.
+    for (std::tm before = local_time(start - 1); same_day(before, day); before = local_time(start - 1)) {
+        start -= 1 + second_of_day(before);
+    }
+    return start;
+}
+
+/// The start of the local hour. It keeps the daylight saving of `seconds`, so that the hour that comes twice
+/// stays two hours.
+std::time_t start_of_hour(std::time_t seconds)
+{
+    std::tm start = local_time(seconds);
+    start.tm_sec = 0;
+    start.tm_min = 0;
+    return std::mktime(&start);
 }
 
 } // namespace
@@ -67,11 +98,8 @@ void timestamp_to_date(long long ms, char* out)
 
 long get_timezone_diff()
 {
-    const std::time_t now = std::time(nullptr);
     tzset();
-    std::tm utc{};
-    gmtime_r(&now, &utc);
-    return korvane::seconds_of_local(korvane::local_time(now)) - korvane::seconds_of_local(utc);
+    return korvane::local_time(std::time(nullptr)).tm_gmtoff;
 }
 
 void trans_timestamp_to_timepoint(char* unit, char* ms_text, char* out)
@@ -84,14 +112,7 @@ void trans_timestamp_to_timepoint(char* unit, char* ms_text, char* out)
         return;
     }
     tzset();
-    std::tm start = korvane::local_time(std::strtoll(ms_text, nullptr, 10) / 1000);
-    start.tm_sec = 0;
-    start.tm_min = 0;
-    if (day) {
-        // The day may have begun before the clocks were changed. An hour keeps its daylight saving, so that
-        // the one that comes twice stays two hours.
-        start.tm_hour = 0;
-        start.tm_isdst = -1;
-    }
-    std::snprintf(out, 24, "%ld000", static_cast<long>(std::mktime(&start)));
+    const std::time_t seconds = std::strtoll(ms_text, nullptr, 10) / 1000;
+    const std::time_t start = day ? korvane::start_of_day(seconds) : korvane::start_of_hour(seconds);
+    std::snprintf(out, 24, "%ld000", static_cast<long>(start));
 }

@@ -19,6 +19,12 @@ std::string url_encode(const std::string& value)
     if (value.empty()) {
         return {};
     }
+    // The first handle sets libcurl up, which older versions do not do safely in several threads at once.
+    static const bool set_up = [] {
+        curl_easy_cleanup(curl_easy_init());
+        return true;
+    }();
+    static_cast<void>(set_up);
     const std::unique_ptr<CURL, curl_release> handle(curl_easy_init());
     if (!handle) {
         return {};

@@ -1,3 +1,4 @@
+// Percent-encoding of query values.
 #pragma once
 
 #include <string>

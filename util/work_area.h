@@ -34,16 +34,11 @@ public:
         append({digits.data(), static_cast<std::size_t>(end - digits.data())});
     }
 
-    /// Puts `replacement` in the place of the last character, if there is one.
-    void replace_last(char replacement)
-    {
-        if (length_ > 0) {
-            text_[length_ - 1] = replacement;
-        }
-    }
+    /// Puts `replacement` in the place of the last character; the text is not empty.
+    void replace_last(char replacement) { text_[length_ - 1] = replacement; }
 
-    /// Takes the last character back, if there is one.
-    void remove_last() { length_ -= length_ > 0 ? 1 : 0; }
+    /// Takes the last character back; the text is not empty.
+    void remove_last() { --length_; }
 
     std::size_t room() const { return size - 1 - length_; }
     bool overflowed() const { return overflowed_; }

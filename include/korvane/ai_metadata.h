@@ -1,25 +1,23 @@
 // The entry points of libkorvane.so.0 and their result codes.
 //
-//  1. Request texts are NUL-terminated JSON in UTF-8, owned by the caller and never changed; `void*` is the
-//     interface's own type for them. A null request gives result_null_request and touches nothing.
-//  2. The result is 0 or a code; compare it as unsigned with result_code. An insert or a query may also
-//  return
-//     what the metadata store answered ("ret") or the transport's -1 to -5, unchanged.
-//  3. Every failure but a null request writes one line to the debug log under /Vdbglog/.zymux_log, telling
-//  the
-//     function, the line and what was missing or wrong.
-//  4. Every call works on the caller's thread, keeps no state and takes no lock of its own: any number of
-//  threads may
-//     call at once. A call makes one connection to 127.0.0.1:10158 per store request and waits at most 300
-//     seconds for each step of it.
-//  5. Nothing throws. One thing ends the process: a request text too long for its record field where the
-//  interface
-//     demands it (a "timestamp" over 23 characters, and the texts of human reports); one line on standard
-//     error says which.
+//  1. Request texts are NUL-terminated JSON in UTF-8, owned by the caller and never changed; `void*` is the interface's
+//     own type for them. A null pointer gives result_null_request and touches nothing.
+//  2. The result is 0 or a code; compare it as unsigned with result_code. An insert or a query may also return what the
+//     metadata store answered ("ret"), -1 when no reply body came, or -5 when it ended early. delete_people_counting
+//     alone returns each of the transport's -1 to -5.
+//  3. Every failure but a null pointer is told in the debug log under /Vdbglog/.zymux_log: one line by the function that
+//     found it, saying what was missing or wrong, and mostly one more by the entry point, saying the code.
+//  4. Every call works on the caller's thread, keeps no state and takes no lock of its own: any number of threads may call
+//     at once. A call makes one connection to 127.0.0.1:10158 per store request and waits at most 300 seconds for each
+//     step of it.
+//  5. Nothing throws. One thing ends the process, after a line on standard error that says which text it was: a text that
+//     is too long where the interface demands it. These are "timestamp" (23 characters) in every report; the texts of
+//     human detection and people counting reports; the corners "x1" to "y4" (32) of queries; "channel_sid" (32),
+//     "query_type" (32) and "start_time" (23) of statistics queries; and the channel (32) of a statistics reply.
 #pragma once
 
-/// Stores every result of a report: {"timestamp": ms, "channel_sid": ..., "results": [{"function_name": ...},
-/// ...]}.
+/// Stores every result of a report:
+/// {"timestamp": ms, "channel_sid": ..., "results": [{"function_name": ...}, ...]}.
 ///
 /// Each detected object is stored by its own request, in order. The first failure ends the walk and is the
 /// result; what was stored before it stays stored. A result array with several elements of one kind stores
