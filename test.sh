@@ -64,7 +64,7 @@ check_format() {
 check_static() {
     stage 'static analysis (clang-tidy)'
     sources | grep -E '^(dispatch|store|codec|util|log|platform|tools)/.*\.cpp$' |
-        xargs -P "$jobs" -n 4 clang-tidy --quiet -p build/release 2>build/clang-tidy.log ||
+        xargs -P "$jobs" -n 1 clang-tidy --quiet -p build/release 2>build/clang-tidy.log ||
         { grep -vE 'warnings? generated|Suppressed|Use -header-filter' build/clang-tidy.log; exit 1; }
 }
 
@@ -91,7 +91,7 @@ everything() {
     build asan-ubsan
     run_tests asan-ubsan
     stage 'tests: ThreadSanitizer over the concurrent ones'
-    build tsan
+    build tsan threaded_tests
     run_tests tsan --label-regex threads
     stage 'tests: the host supplies the session'
     build host-session

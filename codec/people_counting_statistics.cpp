@@ -133,6 +133,15 @@ private:
     std::size_t skipped_ = 0;
 };
 
+std::size_t count_channels(const json_elements& rows)
+{
+    std::unordered_set<std::string_view> channels;
+    for (json_object* row : rows) {
+        channels.insert(json_text(json_member(json_member(row, "_id"), "channel_sid")));
+    }
+    return channels.size();
+}
+
 } // namespace
 
 void read_statistics(const std::string& body, bool one_channel, unsigned long long interval,
@@ -153,6 +162,8 @@ void read_statistics(const std::string& body, bool one_channel, unsigned long lo
         }
         return;
     }
+    // At once: a vector that grows with the buckets would copy each of them several times.
+    rows.reserve(rows.size() + count_channels(sums) * grid.count());
     for (json_object* row : sums) {
         series.add(row);
     }

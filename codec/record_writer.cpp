@@ -28,8 +28,8 @@ void record_writer::append_vertices(const std::vector<Tposition_xy>& polygon, st
         ++count;
     }
     if (count < polygon.size()) {
-        log_debug("[korvane](%s:%d) loc holds %zu of %zu vertices, the others do not fit", codec_, __LINE__, count,
-                  polygon.size());
+        log_debug("[korvane](%s:%d) loc holds %zu of %zu vertices, the others do not fit", codec_, __LINE__,
+                  count, polygon.size());
     }
 }
 

@@ -7,8 +7,8 @@ namespace korvane {
 
 int refused_text(const char* function, int line, const refuse_if_long& copy)
 {
-    log_debug("%s(%d)- [korvane] %s has %zu characters, at most %zu are allowed", function, line, copy.refused(),
-              copy.length(), copy.limit());
+    log_debug("%s(%d)- [korvane] %s has %zu characters, at most %zu are allowed", function, line,
+              copy.refused(), copy.length(), copy.limit());
     return as_int(result_bad_request);
 }
 

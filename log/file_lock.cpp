@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <ctime>
+#include <thread>
 
 namespace {
 
@@ -62,7 +64,7 @@ bool wait_for_lock(const char* path, int seconds)
             if (held_since + seconds < start) {
                 return false;
             }
-            sleep(1);
+            std::this_thread::sleep_for(std::chrono::seconds(1));
             ++tries;
             break;
         }

@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr std::size_t read_ahead_size = 64 * 1024;
+constexpr std::size_t read_ahead_size = 65'536;
 constexpr long long forever_ms = LLONG_MAX;
 
 long long now_ms()

@@ -89,7 +89,8 @@ void request_line::area(const std::vector<Tposition_xy>& polygon)
 
 /// name=OPEN item SEPARATOR item ... CLOSE; nothing for an empty list.
 template <class Values, class AppendItem>
-void request_line::list(std::string_view name, const list_shape& shape, const Values& values, AppendItem append_item)
+void request_line::list(std::string_view name, const list_shape& shape, const Values& values,
+                        AppendItem append_item)
 {
     if (values.empty()) {
         return;
