@@ -37,7 +37,7 @@ void write_vault(const vault_information& vault, std::string& text)
     const json_owner object = make_json_object();
     add_text_if_set(object.get(), "vault_id", text_of(vault.vault_id));
     add_text_if_set(object.get(), "vault_name", text_of(vault.vault_name));
-    if (vault.description[0] == ' ') { // the store takes a leading blank for "no description"
+    if (vault.description[0] == ' ') { // as hosts know it: a leading blank empties it
         add_json_member(object.get(), "description", make_json_text(""));
     } else {
         add_text_if_set(object.get(), "description", text_of(vault.description));

@@ -602,13 +602,17 @@ TEST_F(face_reply, reads_points_in_a_host_with_a_decimal_comma)
 
 TEST_F(face_reply, reads_thousands_of_records_and_vertices)
 {
-    const std::string element =
-        R"({"timestamp":1,"loc":{"coordinates":[[)" + times(500, "[0.5,0.5],") + R"([0.25,0.75],[0,0]]]}})";
-    const reading seen =
-        read(R"({"ret":0,"totalCounts":2000,"datas":[)" + times(1999, element + ",") + element + "]}");
+    const auto element = [](std::size_t vertices) {
+        return R"({"timestamp":1,"loc":{"coordinates":[[)" + times(vertices - 1, "[0.5,0.5],") +
+               R"([0.25,0.75],[0,0]]]}})";
+    };
+    const reading seen = read(R"({"ret":0,"totalCounts":2000,"datas":[)" + times(1999, element(3) + ",") +
+                              element(5000) + "]}");
     ASSERT_EQ(seen.records.size(), 2000U);
-    ASSERT_EQ(seen.records[1999].positions.size(), 501U);
-    EXPECT_STREQ(seen.records[1999].positions[500].y, "0.750000");
+    ASSERT_EQ(seen.records[1998].positions.size(), 3U);
+    EXPECT_STREQ(seen.records[1998].positions[2].y, "0.750000");
+    ASSERT_EQ(seen.records[1999].positions.size(), 5000U);
+    EXPECT_STREQ(seen.records[1999].positions[4999].y, "0.750000");
 }
 
 TEST_F(face_reply, gives_back_what_was_written)

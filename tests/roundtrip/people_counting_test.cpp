@@ -278,13 +278,20 @@ TEST_F(people_counting_roundtrip, shows_each_group_once_on_pages_of_any_size)
     for (int i = 0; i < channels; ++i) {
         report({"channel " + std::to_string(i), midnight + i * hour_ms, 100 + i, i});
     }
-    const std::pair<const char*, int> types[] = {
-        {"day", channels}, {"hour", channels * 24 / 7}, {"15-min", channels * 96 / 7}};
-    for (const auto& [query_type, count] : types) {
-        const texts at_once = answered(filters(query_type, midnight, R"(,"limit":100000)")).rows();
-        EXPECT_EQ(at_once.size(), static_cast<std::size_t>(count)) << query_type;
-        for (const int limit : {1, 2, 3, 10, 13, 14}) {
-            EXPECT_EQ(all_pages(query_type, limit, count), at_once) << query_type << ' ' << limit;
+    const struct {
+        const char* query_type;
+        int count;
+        std::vector<int> limits;
+    } cases[] = {
+        {"day", channels, {1, 2, 3, 10, 13, 14}},
+        {"hour", channels * 24 / 7, {7, 10}},
+        {"15-min", channels * 96 / 7, {50}},
+    };
+    for (const auto& c : cases) {
+        const texts at_once = answered(filters(c.query_type, midnight, R"(,"limit":100000)")).rows();
+        EXPECT_EQ(at_once.size(), static_cast<std::size_t>(c.count)) << c.query_type;
+        for (const int limit : c.limits) {
+            EXPECT_EQ(all_pages(c.query_type, limit, c.count), at_once) << c.query_type << ' ' << limit;
         }
     }
     texts names = answered(filters("day", midnight, R"(,"limit":100)")).each("channel_sid");
@@ -445,14 +452,14 @@ long long first_moment(long long ms)
 
 class random_weeks : public roundtrip_test, public ::testing::WithParamInterface<zone> {
 protected:
-    static constexpr const char* channels[] = {"door", "gate", "yard"};
+    static constexpr const char* channels[] = {"door", "gate"};
 
-    /// Reports some hundred counts of the week that ends with the day of `last_noon`, and of two days around.
+    /// Reports counts of the week that ends with the day of `last_noon`, and of two days around.
     void report_week(long long last_noon)
     {
         sent_.clear();
         const long long from = first_moment(last_noon) - 8 * day_ms;
-        for (int i = 0; i < 120; ++i) {
+        for (int i = 0; i < 50; ++i) {
             // On the second, and now and then on the edge of an hour or the last millisecond before it.
             long long time = from + below(10 * 86'400) * 1000LL;
             time -= i % 5 == 0 ? time % hour_ms : 0;
@@ -547,10 +554,8 @@ TEST_P(random_weeks, have_the_same_sums_by_quarters_hours_and_days_as_were_sent)
 {
     set_time_zone(GetParam().posix);
     std::vector<std::tm> weeks = GetParam().last_days;
-    for (int i = 0; i < 2; ++i) {
-        weeks.push_back(days_later(day(1971 + below(60), 1, 1), below(365)));
-    }
-    weeks.push_back(day(2023, 6, 20)); // nowhere do the clocks change in June
+    // Nowhere do the clocks change in June and July.
+    weeks.push_back(days_later(day(1971 + below(60), 6, 8), below(50)));
     for (const std::tm& last_day : weeks) {
         SCOPED_TRACE("week until " + date_of(last_day));
         restart_store();
