@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds korvane, starts a development store, sends real reports through the library and asks for them again. Installs
 # what is missing (with sudo when not root). Everything runs in a private root and network: nothing of yours is touched.
-# The picture it draws is left in demo-out/.
+# The picture and the plot it draws are left in demo-out/.
 #
 #   ./demo.sh
 set -euo pipefail
@@ -23,6 +23,7 @@ fi
 export PATH=$build/tools/korvane:$build/tools/store:$PATH
 export TZ=UTC # so that the times below are the ones in the reports, wherever you are
 street=c0ffee00c0ffee00c0ffee00c0ffee01
+stairs=c0ffee00c0ffee00c0ffee00c0ffee12
 
 headline() {
     if [ -t 1 ]; then
@@ -86,13 +87,14 @@ store=$!
 wait_for_store
 cat /tmp/store.out
 
-step 'Every report of a file, as a people detector wrote them on public street footage' \
-    korvane insert examples/people.jsonl
+step 'Reports of all four kinds: people, objects and counts of public street footage, and faces that are made up' \
+    korvane insert examples/people.jsonl examples/objects.jsonl examples/counts.jsonl examples/faces.jsonl
 expected=1 step 'Reports that are refused, each in another way: where, which code, and what the library logged' \
     korvane insert examples/refused.jsonl
 step 'What a result code means, and what to do about it' \
     korvane explain 0xC4080004
-step 'The newest results of that camera' \
+
+step 'People: the newest that this camera saw' \
     korvane query --channel $street --limit 3
 step 'By time: five seconds, oldest first' \
     korvane query --from '2023-11-14 22:13:30' --to '2023-11-14 22:13:35' --sort asc --limit 5
@@ -102,10 +104,39 @@ step 'The same as JSON, as the library answers an application' \
     korvane query --polygon 0,0,0.25,0,0.25,1,0,1 --limit 1 --json
 step 'Everything in one picture: open it with a browser' \
     korvane query --channel $street --svg demo-out/people.svg --aspect 768:576
+step 'Objects: of one class, each with how sure the detector was' \
+    korvane query --kind object --object-name person --limit 3
+step 'Faces: the newest, registered persons and strangers' \
+    korvane query --kind face --limit 5
+step 'Faces of one person, by a part of the name' \
+    korvane query --kind face --name Ann --partial
+step 'The persons seen, each once' \
+    korvane groups
+step 'When the newest result of each kind was seen' \
+    korvane latest
+step "The store's vault for analytics" \
+    korvane vault
+
+headline 'Counts: a made-up week of four more channels, a report a quarter hour'
+echo '$ examples/make_counts.py --until 2023-11-14 | korvane insert -'
+examples/make_counts.py --until 2023-11-14 | korvane insert -
+step 'The week of each channel' \
+    korvane stats --type day --day 2023-11-14
+step 'The hours of one day at the station stairs' \
+    korvane stats --type hour --day 2023-11-14 --channel $stairs
+step 'The week as a plot: open it with a browser' \
+    korvane stats --type day --day 2023-11-14 --svg demo-out/week.svg
+step 'That day in quarter hours, as a plot' \
+    korvane stats --type 15-min --day 2023-11-14 --channel $stairs --svg demo-out/stairs.svg
+step 'From which day on counts would be kept' \
+    korvane delete-counts 2023-11-16 --dry-run
+step 'Deleting the older ones' \
+    korvane delete-counts 2023-11-16
 
 headline 'The store, stopped, says what it holds'
 echo '$ kill %1'
 stop_store
 tail -n 1 /tmp/store.out
 echo
-echo 'Done. The picture is demo-out/people.svg; on with your own reports:  build/demo/tools/korvane/korvane --help'
+echo 'Done. The pictures are demo-out/people.svg, week.svg and stairs.svg; on with your own reports:'
+echo '    build/demo/tools/korvane/korvane --help'

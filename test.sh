@@ -3,7 +3,7 @@
 # then format, compilers, tests, sanitizers, binary interface and static analysis. Nothing outside this folder is touched.
 #
 #   ./test.sh              everything (about a quarter of an hour on two cores the first time)
-#   ./test.sh --quick      the tests alone, by g++ without sanitizers
+#   ./test.sh --quick      format, the tests by g++ without sanitizers, and the binary interface
 #   ./test.sh --coverage   line and branch coverage of the library, as build/coverage/report/index.html
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
@@ -110,9 +110,12 @@ tools/sandbox.sh true
 mkdir -p build
 case ${1:-} in
 --quick)
+    check_format
     stage 'tests: g++, optimised'
     build release
     run_tests release
+    stage 'binary interface (libabigail)'
+    abi/check.sh build/release
     ;;
 --coverage) coverage ;;
 *) everything ;;

@@ -7,8 +7,8 @@ set -euo pipefail
 
 # a|b: either will do; the first is installed when none is there.
 build=(g++ cmake ninja-build 'pkg-config|pkgconf' libjson-c-dev 'libcurl4-openssl-dev|libcurl4-gnutls-dev' libcli11-dev
-    libevent-dev libsqlite3-dev libgeos-dev bubblewrap)
-test=(clang clang-format clang-tidy libgtest-dev libgmock-dev libbenchmark-dev gcovr python3 abigail-tools locales strace)
+    libevent-dev libsqlite3-dev libgeos-dev bubblewrap python3)
+test=(clang clang-format clang-tidy libgtest-dev libgmock-dev libbenchmark-dev gcovr abigail-tools locales strace)
 
 usage() {
     sed -n '2,/^set/{s/^# \{0,1\}//;/^set/!p}' "$0" >&2

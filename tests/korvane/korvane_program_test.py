@@ -6,6 +6,7 @@ Binds port 10158 and reads /Vdbglog, so it runs in the sandbox only.
 """
 
 import copy
+import fcntl
 import json
 import os
 import pty
@@ -13,9 +14,11 @@ import re
 import select
 import signal
 import socket
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import threading
 import time
 import unittest
@@ -133,7 +136,7 @@ class program_test(unittest.TestCase):
 
 class help_and_usage(program_test):
     def test_help_has_examples_and_exit_statuses(self):
-        for arguments in (["--help"], ["insert", "--help"], ["query", "--help"]):
+        for arguments in (["--help"], *([name, "--help"] for name in ("insert", "query", "groups", "latest", "stats", "delete-counts"))):
             run = korvane(*arguments)
             self.assert_ends(run, 0)
             self.assertIn("Examples:\n  korvane ", run.stdout)
@@ -159,7 +162,43 @@ class help_and_usage(program_test):
             (["explain", "4294967296"], "no result code"),
             (["explain", "-2147483649"], "no result code"),
             (["explain", ""], "no result code"),
-            (["query", "--kind", "Cats"], "Cats not in {HumanDetection}"),
+            (["query", "--kind", "Cats"], "'Cats' is no kind; expected human (HumanDetection), face (FaceRecognition), object"),
+            (["query", "--kind", "PeopleCounting"], "ask for them with korvane stats"),
+            (["query", "--kind", "Face"], "'Face' is no kind"),
+            (["query", "--name", "Ann"], "--name: is for faces only: say which with --kind"),
+            (["query", "--kind", "object", "--partial"], "--partial: is for faces only"),
+            (["query", "--kind", "face", "--object-name", "car"], "--object-name: is for objects only"),
+            (["query", "--confidence", "1-2"], "--confidence: is for faces and objects only"),
+            (["query", "--kind", "face", "--age", "-1"], "expected a whole number, 0 or more"),
+            (["query", "--kind", "face", "--age", "ten"], "'ten': expected a whole number"),
+            (["query", "--kind", "face", "--age-range", "30-20"], "'30-20': expected LOW-HIGH in whole years"),
+            (["query", "--kind", "face", "--age-range", "20-"], "expected LOW-HIGH"),
+            (["query", "--kind", "face", "--confidence", "0-101"], "expected LOW-HIGH from 0 to 100"),
+            (["query", "--kind", "object", "--confidence", "0.5-1"], "expected LOW-HIGH from 0 to 100"),
+            (["query", "--kind", "face", "--gender", "feminine"], "'feminine': expected 1 to 7 bytes"),
+            (["query", "--kind", "face", "--gender", ""], "expected 1 to 7 bytes"),
+            (["query", "--kind", "face", "--gender", "a", "--gender", "b"], "--gender"),
+            (["query", "--kind", "face", "--registered", "perhaps"], "'perhaps': expected yes or no"),
+            (["query", "--kind", "object", "--object-name", "x" * 129], "expected 1 to 128 bytes"),
+            (["query", "--request", "-", "--name", "Ann"], "--name excludes --request"),
+            (["groups", "--partial"], "--partial"),
+            (["groups", "--channel", "short"], "a channel identifier has 32"),
+            (["groups", "--confidence", "2"*3], "expected LOW-HIGH from 0 to 100"),
+            (["latest", "PeopleCounting"], "ask for them with korvane stats"),
+            (["latest", "cats"], "'cats' is no kind"),
+            (["vault", "IVA"], "IVA"),
+            (["stats", "--type", "week"], "week not in {15-min,hour,day}"),
+            (["stats", "--type", "Hour"], "Hour not in"),
+            (["stats", "--day", "2023-02-31"], "--day: '2023-02-31' is no time"),
+            (["stats", "--channel", ""], "'' has 0 characters; a channel identifier has 1 to 32"),
+            (["stats", "--channel", "x" * 33], "has 33 characters"),
+            (["stats", "--channel", CHANNEL, "--skip", "1"], "excludes"),
+            (["stats", "--channel", CHANNEL, "--limit", "1"], "excludes"),
+            (["stats", "--limit", "-1"], "--limit: Value -1 not in range"),
+            (["stats", "--json", "--svg", "x.svg"], "excludes"),
+            (["delete-counts"], "TIME is required"),
+            (["delete-counts", "soon"], "TIME: 'soon' is no time"),
+            (["delete-counts", "soon", "--dry-run"], "TIME: 'soon' is no time"),
             (["query", "--channel", "short"], "'short' has 5 characters; a channel identifier has 32"),
             (["query", "--from", "2023-02-31"], "'2023-02-31' is no time"),
             (["query", "--from", "2023-02-31 10:00"], "is no time"),
@@ -487,11 +526,19 @@ class insert_without_store(program_test):
         self.assert_ends(run, 1)
         self.assertEqual(run.stderr, "")
 
-    def test_query(self):
-        run = korvane("query")
-        self.assert_ends(run, 3)
-        self.assertIn("nothing listens on 127.0.0.1:10158", run.stderr)
-        self.assertEqual(run.stdout, "")
+    def test_every_command_that_asks(self):
+        commands = (["query"], ["query", "--kind", "face"], ["query", "--kind", "object"], ["groups"], ["latest"],
+                    ["latest", "face"], ["stats"], ["stats", "--type", "hour", "--channel", CHANNEL],
+                    ["delete-counts", "today"], ["vault"])
+        for arguments in commands:
+            with self.subTest(arguments):
+                run = korvane(*arguments)
+                self.assert_ends(run, 3)
+                self.assertIn("nothing listens on 127.0.0.1:10158", run.stderr)
+                self.assertEqual(run.stdout, "")
+
+    def test_a_dry_run_needs_none(self):
+        self.assert_ends(korvane("delete-counts", "today", "--dry-run"), 0)
 
 
 class other_answers(program_test):
@@ -696,6 +743,506 @@ class query(program_test):
         run = korvane("query", "--svg", "/no/such/folder/a.svg")
         self.assertNotEqual(run.returncode, 0)
         self.assertIn("cannot write /no/such/folder/a.svg: No such file or directory", run.stderr)
+
+
+# The example files' own places and names.
+ENTRANCE = "face00face00face00face00face0001"
+GARAGE = "face00face00face00face00face0002"
+OFFICE, SHOP, STAIRS, HALL = (f"c0ffee00c0ffee00c0ffee00c0ffee1{index}" for index in range(4))
+
+
+class with_all_kinds(program_test):
+    """A store that holds the examples of the four kinds and the made-up week, once for all tests of a class."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.store = real_store()
+        cls.store.__enter__()
+        cls.addClassCleanup(cls.store.__exit__)
+        for name in ("people", "faces", "objects", "counts"):
+            run = korvane("insert", os.path.join(EXAMPLES, f"{name}.jsonl"))
+            assert run.returncode == 0, run.stdout + run.stderr
+        cls.week = made_counts("--until", "2023-11-14")
+        run = korvane("insert", "-", stdin=cls.week)
+        assert run.returncode == 0, run.stdout + run.stderr
+
+    def answer(self, *arguments):
+        run = korvane(*arguments, "--json")
+        self.assert_ends(run, 0)
+        return json.loads(run.stdout)
+
+
+def made_counts(*arguments):
+    return subprocess.run([sys.executable, os.path.join(EXAMPLES, "make_counts.py"), *arguments], check=True,
+                          capture_output=True, text=True, env={**os.environ, "TZ": "UTC"}).stdout
+
+
+def sums(reports):
+    """{(channel, day): [in, out]}, in UTC."""
+    found = {}
+    for line in reports.splitlines():
+        made = json.loads(line)
+        count = made["results"][0]["objects"][0][0]
+        day = time.strftime("%Y-%m-%d", time.gmtime(made["timestamp"] // 1000))
+        entry = found.setdefault((made["channel_sid"], day), [0, 0])
+        entry[0] += count["people_count_in"]
+        entry[1] += count["people_count_out"]
+    return found
+
+
+class faces_and_objects(with_all_kinds):
+    def test_short_and_long_names_of_kinds(self):
+        for short, long, count in (("human", "HumanDetection", 488), ("face", "FaceRecognition", 15),
+                                   ("object", "ObjectDetection", 488)):
+            for name in (short, long):
+                with self.subTest(name):
+                    self.assertEqual(self.answer("query", "--kind", name)["count"], count)
+
+    def test_the_table_of_faces(self):
+        run = korvane("query", "--kind", "face", "--sort", "asc", "--limit", "3")
+        self.assert_ends(run, 0)
+        self.assertEqual(run.stderr, "")
+        head, ann, jürgen, stranger, total, _ = run.stdout.splitlines()
+        self.assertEqual(head.split(), ["DATE", "CHANNEL", "PERSON", "GROUP", "REGISTERED", "AGE", "GENDER", "CONFIDENCE",
+                                        "POSITION"])
+        self.assertEqual(re.split("  +", ann), [
+            "2023-11-14 22:20:00", ENTRANCE, "Ann Example", "Staff", "yes", "33", "female", "96.5",
+            "x 0.410 to 0.530, y 0.220 to 0.420"])
+        self.assertIn("  Jürgen Weiß  ", jürgen)
+        self.assertIn("  (stranger-1)  ", stranger)
+        self.assertEqual(total, "3 of 15 from the beginning until now")
+
+    def test_columns_stay_in_line_behind_wide_letters(self):
+        run = korvane("query", "--kind", "face", "--name", "王小明", "--name", "Zoë 𠮷田 👩", "--name", "Ann Example")
+        wide = {"王": 2, "小": 2, "明": 2, "𠮷": 2, "田": 2, "👩": 2}
+        group_columns = set()
+        for row in run.stdout.splitlines()[1:7]:
+            before = re.match(r".*?  (?=Staff|Visitors)", row).group()
+            group_columns.add(sum(wide.get(letter, 1) for letter in before))
+        self.assertEqual(len(group_columns), 1, run.stdout)
+
+    def test_the_table_of_objects(self):
+        run = korvane("query", "--kind", "object", "--sort", "asc", "--limit", "2")
+        self.assert_ends(run, 0)
+        head, _, row, total, _ = run.stdout.splitlines()
+        self.assertEqual(head.split(), ["DATE", "CHANNEL", "STREAM", "OBJECT", "CONFIDENCE", "DESCRIPTION", "POSITION"])
+        self.assertEqual(re.split("  +", row), ["2023-11-14 22:13:20", CHANNEL, "1", "person", "72.26", "walking person",
+                                                "x 0.810 to 0.936, y 0.273 to 0.609"])
+        self.assertEqual(total, "2 of 488 from the beginning until now")
+
+    def test_filters_of_faces_reach_the_store(self):
+        cases = [
+            (["--name", "Ann Example"], 3),
+            (["--name", "Ann Example", "--name", "王小明"], 5),
+            (["--name", "Ann"], 0),
+            (["--name", "Ann", "--partial"], 3),
+            (["--name", "Driver A|B 100% & more"], 1),
+            (["--name", "Zoë 𠮷田 👩"], 1),
+            (["--key", "staff/002"], 2),
+            (["--key", "staff", "--partial"], 9),
+            (["--age", "33"], 2),
+            (["--age", "33", "--age", "8"], 3),
+            (["--age-range", "33-34"], 3),
+            (["--age-range", "45"], 1),
+            (["--gender", "female"], 5),
+            (["--confidence", "90-100"], 4),
+            (["--confidence", "0"], 1),
+            (["--registered", "yes"], 9),
+            (["--registered", "no"], 6),
+            (["--result-id", "face-0008"], 1),
+            (["--result-id", "face-0008", "--result-id", "face-0001"], 2),
+            (["--provider-id", "library-1"], 13),
+            (["--provider-id", "library-9"], 0),
+            (["--channel", GARAGE], 6),
+            (["--channel", GARAGE, "--registered", "yes", "--gender", "female"], 1),
+            (["--polygon", "0.9,0.9,1,0.9,1,1,0.9,1"], 1),
+            (["--from", "2023-11-14 22:30"], 1),
+        ]
+        for arguments, count in cases:
+            with self.subTest(arguments):
+                self.assertEqual(self.answer("query", "--kind", "face", *arguments)["count"], count)
+
+    def test_filters_of_objects_reach_the_store(self):
+        for arguments, count in ((["--object-name", "person"], 488), (["--object-name", "car"], 0),
+                                 (["--confidence", "100"], 0)):
+            with self.subTest(arguments):
+                self.assertEqual(self.answer("query", "--kind", "object", *arguments)["count"], count)
+
+    def test_a_confidence_range_that_the_library_drops_is_told(self):
+        run = korvane("query", "--kind", "object", "--confidence", "50-90", "--limit", "1")
+        self.assert_ends(run, 0)
+        self.assertIn("start confidence value : 50 out of bounds(0~100)", run.stderr)
+        self.assertIn("1 of 488 from the beginning until now, confidence 50 to 90 (dropped by the library", run.stdout)
+        kept = korvane("query", "--kind", "object", "--confidence", "100-100")
+        self.assertNotIn("dropped", kept.stdout)
+        self.assertEqual(kept.stderr, "")
+        self.assertIn("The library drops a lower --confidence bound", korvane("query", "--help").stdout)
+
+    def test_the_requests_that_options_make(self):
+        def made(*arguments):
+            run = korvane(*arguments, "--show-request")
+            self.assert_ends(run, 0)
+            return json.loads(run.stdout)["metadata"]
+        page = {"sort_dir": -1, "skip": 0, "limit": 10}
+        faces = ["--name", "A B", "--name", "C", "--key", "k", "--age", "3", "--age", "40", "--age-range", "20-30", "--gender",
+                 "male", "--confidence", "5-6", "--registered", "no", "--result-id", "r", "--provider-id", "p"]
+        of_faces = {"person_name": ["A B", "C"], "person_key": ["k"], "age": [3, 40], "start_age": 20, "end_age": 30,
+                    "gender": "male", "start_confidence": 5, "end_confidence": 6, "registered": 0, "resultId": ["r"],
+                    "provider_id": ["p"]}
+        self.assertEqual(made("query", "--kind", "face", "--partial", *faces),
+                         {"function_name": "FaceRecognition", "partail_query": 1, **of_faces, **page})
+        self.assertEqual(made("query", "--kind", "object", "--object-name", "car", "--confidence", "100"),
+                         {"function_name": "ObjectDetection", "start_confidence": 100, "end_confidence": 100,
+                          "object_name": "car", **page})
+        self.assertEqual(made("groups", "--channel", CHANNEL, "--to", "1700000000000", *faces),
+                         {"channel_guid_list": [CHANNEL], "end_time": "1700000000000", **of_faces})
+
+    def test_the_filter_in_words(self):
+        run = korvane("query", "--kind", "face", "--name", "A\x1b", "--name", "B", "--partial", "--age-range", "1-2",
+                      "--registered", "yes")
+        self.assertEqual(run.stdout, "0 of 0 from the beginning until now, name A?, B, partial match, age range 1 to 2, "
+                                     "registered yes\n")
+
+    def test_pictures(self):
+        svg = "{http://www.w3.org/2000/svg}"
+        for kind, title, polygons in (("face", "Where faces were seen", 13), ("object", "Where objects were seen", 488)):
+            with self.subTest(kind), tempfile.TemporaryDirectory() as folder:
+                file = os.path.join(folder, "a.svg")
+                self.assert_ends(korvane("query", "--kind", kind, "--svg", file), 0)
+                root = xml.etree.ElementTree.parse(file).getroot()
+                self.assertIn(title, [node.text for node in root.iter(svg + "text")])
+                self.assertEqual(len(list(root.iter(svg + "polygon"))), polygons)
+
+
+class persons_latest_and_vault(with_all_kinds):
+    def test_the_persons_seen(self):
+        run = korvane("groups")
+        self.assert_ends(run, 0)
+        self.assertEqual(run.stderr, "")
+        *names, total = run.stdout.splitlines()
+        self.assertEqual(sorted(names), sorted(["Ann Example", "Jürgen Weiß", "王小明", "Zoë 𠮷田 👩", "Driver A|B 100% & more"]))
+        self.assertEqual(total, "5 persons from the beginning until now")
+
+    def test_filters(self):
+        cases = [
+            (["--name", "Ann Example"], ["Ann Example"]),
+            (["--name", "Ann Example", "--name", "Driver A|B 100% & more"], ["Ann Example", "Driver A|B 100% & more"]),
+            (["--key", "staff/003"], ["王小明"]),
+            (["--channel", GARAGE, "--gender", "female"], ["Ann Example"]),
+            (["--age-range", "50-51"], ["Jürgen Weiß"]),
+            (["--confidence", "99-100"], ["Ann Example", "Zoë 𠮷田 👩"]),
+            (["--result-id", "face-0002"], ["Jürgen Weiß"]),
+        ]
+        for arguments, names in cases:
+            with self.subTest(arguments):
+                answer = self.answer("groups", *arguments)
+                self.assertEqual(sorted(answer["person_name_list"]), sorted(names))
+                self.assertEqual(answer["count"], len(names))
+
+    def test_one_person_is_no_plural(self):
+        self.assertIn("\n1 person from", korvane("groups", "--name", "Ann Example").stdout)
+
+    def test_nobody_is_an_answer(self):
+        run = korvane("groups", "--name", "Nobody")
+        self.assert_ends(run, 0)
+        self.assertEqual(run.stdout, "no person from the beginning until now, name Nobody\n")
+        self.assertEqual(run.stderr, "")
+
+    def test_nobody_as_json_leaves_the_output_empty(self):
+        run = korvane("groups", "--name", "Nobody", "--json")
+        self.assert_ends(run, 0)
+        self.assertEqual(run.stdout, "")
+        self.assertIn("no person", run.stderr)
+
+    def test_the_newest_of_each_kind(self):
+        run = korvane("latest")
+        self.assert_ends(run, 0)
+        self.assertEqual([re.split("  +", row) for row in run.stdout.splitlines()], [
+            ["KIND", "NEWEST RESULT"], ["HumanDetection", "2023-11-14 22:14:39"],
+            ["FaceRecognition", "2023-11-14 22:30:00"], ["ObjectDetection", "2023-11-14 22:14:39"]])
+
+    def test_the_newest_of_one_kind_alone(self):
+        for name in ("face", "FaceRecognition"):
+            self.assertEqual(korvane("latest", name).stdout, "2023-11-14 22:30:00\n")
+
+    def test_the_vault(self):
+        run = korvane("vault")
+        self.assert_ends(run, 0)
+        self.assertEqual(run.stdout, "korvane-store-vault-1\n")
+
+
+class empty_and_odd_stores(program_test):
+    def test_nothing_stored(self):
+        with real_store():
+            latest = korvane("latest", "object")
+            stats = korvane("stats")
+            groups = korvane("groups")
+        self.assert_ends(latest, 0)
+        self.assertEqual(latest.stdout, "Zymora has not received any metadata.\n")
+        self.assert_ends(stats, 0)
+        self.assertIn("0 of 0 channels", stats.stdout)
+        self.assert_ends(groups, 0)
+        self.assertIn("no person", groups.stdout)
+
+    def test_no_vault(self):
+        with scripted_store(http('{"ret":0,"datas":[]}')):
+            run = korvane("vault")
+        self.assert_ends(run, 1)
+        self.assertEqual(run.stdout, "")
+        self.assertIn("request refused: 0xC4080005 (-1006108667) no_vault", run.stderr)
+        self.assertIn("IVA vault int not exist", run.stderr)
+
+    def test_the_stores_own_refusal(self):
+        for arguments in (["query", "--kind", "face"], ["groups"], ["latest", "face"], ["stats"], ["vault"]):
+            with self.subTest(arguments), scripted_store(http('{"ret":1006}')):
+                run = korvane(*arguments)
+                self.assert_ends(run, 1)
+                self.assertIn("refused: 0x000003EE (1006) store_answer", run.stderr)
+                self.assertIn("  log:     ", run.stderr)
+                self.assertEqual(run.stdout, "")
+
+    def test_names_cannot_drive_the_terminal(self):
+        with scripted_store(http('{"ret":0,"totalItems":1,"datas":["\\u001b[31mAnn"]}')):
+            run = korvane("groups")
+        self.assertEqual(run.stdout.splitlines()[0], "?[31mAnn")
+
+    def test_a_refused_delete(self):
+        with scripted_store(b"HTTP/1.1 500 Broken\r\n\r\n"):
+            run = korvane("delete-counts", "today")
+        self.assert_ends(run, 1)
+        self.assertIn("request refused: 0xFFFFFFFC (-4) bad_status", run.stderr)
+        self.assertIn("delete people counting metadata failed", run.stderr)
+        self.assertEqual(run.stdout, "")
+
+    def test_a_dry_run_sends_nothing(self):
+        with scripted_store(http('{"ret":0}')) as store:
+            self.assert_ends(korvane("delete-counts", "today", "--dry-run"), 0)
+        self.assertEqual(store.requests, 0)
+
+    def test_a_channel_that_cannot_be_asked_for(self):
+        with scripted_store(http('{"ret":0,"datas":[]}')) as store:
+            run = korvane("stats", "--channel", "a\tb")
+        self.assert_ends(run, 1)
+        self.assertIn("query refused: 0xC4080001", run.stderr)
+        self.assertEqual(store.requests, 0)
+
+
+def bars_of(text):
+    """[(label, in, in's bar, out, out's bar)] of the rows of one series."""
+    row = re.compile(r"(\S+(?: \S+)*?)  +([\d,]+) ([#█▏▎▍▌▋▊▉]*) +([\d,]+) ?([#█▏▎▍▌▋▊▉]*)$")
+    return [match.groups() for match in map(row.match, text.splitlines()) if match]
+
+
+class statistics(with_all_kinds):
+    def test_a_week_of_each_channel_is_what_was_sent(self):
+        sent = sums(self.week)
+        answer = self.answer("stats", "--day", "2023-11-14")
+        self.assertEqual(answer["count"], 5)
+        shown = {(group["channel_sid"], entry["date"]): [entry["sum_in"], entry["sum_out"]]
+                 for group in answer["metadatalist"] if group["channel_sid"] != CHANNEL for entry in group["data"]}
+        self.assertEqual(len(shown), 28)
+        self.assertEqual({key: value for key, value in shown.items() if any(value)}, sent)
+
+    def test_the_week_in_the_terminal(self):
+        sent = sums(self.week)
+        run = korvane("stats", "--day", "2023-11-14", "--skip", "1", environment={"LC_ALL": "C.UTF-8"})
+        self.assert_ends(run, 0)
+        self.assertEqual(run.stderr, "")
+        *series, _ = run.stdout.split("\n\n")
+        self.assertEqual(len(series), 4)
+        for text, channel in zip(series, (OFFICE, SHOP, STAIRS, HALL)):
+            week_in = sum(value[0] for key, value in sent.items() if key[0] == channel)
+            week_out = sum(value[1] for key, value in sent.items() if key[0] == channel)
+            self.assertTrue(text.startswith(f"channel {channel}: {week_in:,} in, {week_out:,} out\nDAY "), text)
+            rows = bars_of(text)
+            self.assertEqual([row[0] for row in rows], [
+                "Wed 2023-11-08", "Thu 2023-11-09", "Fri 2023-11-10", "Sat 2023-11-11", "Sun 2023-11-12", "Mon 2023-11-13",
+                "Tue 2023-11-14"])
+            for label, went_in, in_bar, went_out, out_bar in rows:
+                count = sent.get((channel, label.split()[1]), [0, 0])
+                self.assertEqual([went_in, went_out], [f"{number:,}" for number in count])
+                self.assertEqual([bool(in_bar), bool(out_bar)], [number > 0 for number in count])
+        self.assertTrue(run.stdout.endswith("\neach day of the week to Tue 2023-11-14\n4 of 5 channels\n"))
+
+    def test_bars_are_in_proportion_and_fit_the_terminal(self):
+        for locale, letters in (("C", "#"), ("C.UTF-8", "█")):
+            with self.subTest(locale):
+                run = korvane("stats", "--day", "2023-11-14", "--channel", STAIRS, environment={"LC_ALL": locale})
+                self.assertLessEqual(max(map(len, run.stdout.splitlines())), 80)
+                rows = bars_of(run.stdout)
+                greatest = max(int(number.replace(",", "")) for row in rows for number in (row[1], row[3]))
+                longest = max(len(bar) for row in rows for bar in (row[2], row[4]))
+                self.assertGreater(longest, 20)
+                for row in rows:
+                    for number, bar in ((row[1], row[2]), (row[3], row[4])):
+                        self.assertAlmostEqual(len(bar), int(number.replace(",", "")) / greatest * longest, delta=1)
+                        self.assertIn(letters, bar)
+
+    def test_only_letters_of_the_locale(self):
+        for environment in ({"LC_ALL": "C"}, {"LC_ALL": "no_SUCH.UTF-8"}):
+            run = korvane("stats", "--day", "2023-11-14", environment=environment)
+            self.assertTrue(run.stdout.isascii())
+            self.assertIn(" ####", run.stdout)
+
+    def test_bars_follow_the_width_of_the_terminal(self):
+        def width(columns):
+            terminal, program_side = pty.openpty()
+            fcntl.ioctl(program_side, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+            shown = subprocess.Popen([PROGRAM, "stats", "--day", "2023-11-14", "--channel", STAIRS], stdout=program_side,
+                                     env={**os.environ, "TZ": "UTC", "LC_ALL": "C"})
+            os.close(program_side)
+            text = b""
+            try:
+                while piece := os.read(terminal, 65536):
+                    text += piece
+            except OSError:  # the program's side is closed
+                pass
+            shown.wait(timeout=10)
+            os.close(terminal)
+            return max(map(len, text.decode().splitlines()))
+        self.assertTrue(60 < width(72) <= 72)
+        self.assertTrue(90 < width(100) <= 100)
+
+    def test_the_hours_and_quarter_hours_of_a_channel(self):
+        sent = sums(self.week)[(SHOP, "2023-11-14")]
+        for kind, count, first, last in (("hour", 24, "00:00", "23:00"), ("15-min", 96, "00:00", "23:45")):
+            with self.subTest(kind):
+                run = korvane("stats", "--type", kind, "--day", "2023-11-14 15:00", "--channel", SHOP)
+                self.assert_ends(run, 0)
+                rows = bars_of(run.stdout)
+                self.assertEqual(len(rows), count)
+                self.assertEqual([rows[0][0], rows[-1][0]], [first, last])
+                self.assertEqual([sum(int(row[1]) for row in rows), sum(int(row[3]) for row in rows)], sent)
+                answer = self.answer("stats", "--type", kind, "--day", "2023-11-14", "--channel", SHOP)
+                self.assertEqual([[str(entry["sum_in"]), str(entry["sum_out"])] for entry in answer["metadatalist"]],
+                                 [[row[1], row[3]] for row in rows])
+
+    def test_hours_are_local(self):
+        run = korvane("stats", "--type", "hour", "--day", "2023-11-14", "--channel", OFFICE, environment={"TZ": "UTC-3"})
+        utc = korvane("stats", "--type", "hour", "--day", "2023-11-14", "--channel", OFFICE)
+        hour = {row[0]: row[1] for row in bars_of(run.stdout)}
+        self.assertNotEqual(hour["11:00"], "0")
+        self.assertEqual(hour["11:00"], {row[0]: row[1] for row in bars_of(utc.stdout)}["08:00"])
+
+    def test_days_that_do_not_begin_at_midnight_say_when_they_begin(self):
+        run = korvane("stats", "--day", "2023-11-06", "--channel", OFFICE, environment={"TZ": "EST5EDT,M3.2.0,M11.1.0"})
+        labels = [row[0] for row in bars_of(run.stdout)]
+        self.assertEqual(labels[0], "Tue 2023-10-31 01:00")
+        self.assertEqual(labels[-1], "Mon 2023-11-06")
+
+    def test_all_channels_by_the_hour_are_explained(self):
+        run = korvane("stats", "--type", "hour", "--day", "2023-11-14", "--limit", "2", "--skip", "3")
+        self.assert_ends(run, 0)
+        self.assertTrue(run.stdout.startswith(f"group 4, begins in channel {CHANNEL}: "), run.stdout)
+        self.assertIn(f"\ngroup 5, begins in channel {OFFICE}: ", run.stdout)
+        self.assertIn("\n2 of 17 groups\nmore: --skip 5, or a higher --limit\nThese are seven hours each", run.stdout)
+        self.assertIn("give --channel", run.stdout)
+
+    def test_paging(self):
+        channels = [[group["channel_sid"] for group in self.answer("stats", "--day", "2023-11-14", *page)["metadatalist"]]
+                    for page in ([], ["--limit", "2"], ["--skip", "2", "--limit", "2"], ["--skip", "5"], ["--limit", "0"])]
+        self.assertEqual(channels[0], [CHANNEL, OFFICE, SHOP, STAIRS, HALL])
+        self.assertEqual(channels[1:], [channels[0][:2], channels[0][2:4], [], []])
+        run = korvane("stats", "--day", "2023-11-14", "--limit", "2")
+        self.assertTrue(run.stdout.endswith("2 of 5 channels\nmore: --skip 2, or a higher --limit\n"), run.stdout)
+
+    def test_the_requests_that_options_make(self):
+        def made(*arguments):
+            run = korvane("stats", "--show-request", *arguments)
+            self.assert_ends(run, 0)
+            return json.loads(run.stdout)["metadata"]
+        self.assertEqual(made("--day", "1700000000000"), {
+            "function_name": "PeopleCounting", "query_type": "day", "start_time": "1700000000000", "skip": 0, "limit": 10})
+        self.assertEqual(made("--type", "15-min", "--day", "2023-11-14", "--channel", CHANNEL), {
+            "function_name": "PeopleCounting", "query_type": "15-min", "start_time": "1699920000000", "channel_sid": CHANNEL})
+
+    def plot(self, *arguments):
+        with tempfile.TemporaryDirectory() as folder:
+            file = os.path.join(folder, "a.svg")
+            run = korvane("stats", "--day", "2023-11-14", "--svg", file, *arguments)
+            self.assert_ends(run, 0)
+            self.assertIn(f"drawn in {file}\n", run.stdout)
+            return xml.etree.ElementTree.parse(file).getroot()
+
+    def test_the_plot_of_one_channel(self):
+        svg = "{http://www.w3.org/2000/svg}"
+        answer = self.answer("stats", "--type", "hour", "--day", "2023-11-14", "--channel", STAIRS)["metadatalist"]
+        root = self.plot("--type", "hour", "--channel", STAIRS)
+        texts = [node.text for node in root.iter(svg + "text")]
+        for text in ("People counted", "each hour of Tue 2023-11-14", "in", "out", "people", "0", "08:00"):
+            self.assertIn(text, texts)
+        buckets = [node for node in root.iter(svg + "g") if node.get("class") == "bucket"]
+        self.assertEqual(len(buckets), 24)
+        greatest = max(max(entry["sum_in"], entry["sum_out"]) for entry in answer)
+        tallest = max(float(bar.get("height")) for bucket in buckets for bar in bucket.iter(svg + "rect"))
+        for bucket, entry in zip(buckets, answer):
+            title = bucket.find(svg + "title").text
+            self.assertTrue(title.endswith(f": {entry['sum_in']} in, {entry['sum_out']} out"), title)
+            heights = [float(bar.get("height")) for bar in bucket.iter(svg + "rect")]
+            for height, count in zip(heights, (entry["sum_in"], entry["sum_out"])):
+                self.assertAlmostEqual(height, count / greatest * tallest, delta=0.1)
+
+    def test_the_plot_of_a_week_stays_on_its_page(self):
+        svg = "{http://www.w3.org/2000/svg}"
+        root = self.plot()
+        width, height = float(root.get("width")), float(root.get("height"))
+        self.assertEqual(len([node for node in root.iter(svg + "g") if node.get("class") == "bucket"]), 35)
+        for bar in list(root.iter(svg + "rect"))[1:]:  # the first is the page
+            left, top = float(bar.get("x")), float(bar.get("y"))
+            self.assertTrue(0 <= left and left + float(bar.get("width")) <= width)
+            self.assertTrue(0 <= top and top + float(bar.get("height")) <= height)
+
+    def test_a_plot_of_nothing(self):
+        root = self.plot("--skip", "9")
+        self.assertIn("nothing to draw", [node.text for node in root.iter("{http://www.w3.org/2000/svg}text")])
+
+    def test_a_plot_that_cannot_be_written(self):
+        run = korvane("stats", "--svg", "/no/such/folder/a.svg")
+        self.assert_ends(run, 2)
+        self.assertIn("cannot write /no/such/folder/a.svg: No such file or directory", run.stderr)
+
+
+class delete_counts(with_all_kinds):
+    def test_what_would_be_kept(self):
+        for given in ("2023-11-16", "2023-11-16 23:59:59", "1700092800000"):
+            run = korvane("delete-counts", given, "--dry-run")
+            self.assert_ends(run, 0)
+            self.assertTrue(run.stdout.startswith(
+                "counts would be kept from 2023-11-10 00:00:00 on: six days before the day of 2023-11-16 "), run.stdout)
+            self.assertTrue(run.stdout.endswith("; nothing was deleted\n"))
+
+    def test_the_days_are_local(self):
+        run = korvane("delete-counts", "1700092800000", "--dry-run", environment={"TZ": "UTC+3"})
+        self.assertIn("kept from 2023-11-09 00:00:00 on: six days before the day of 2023-11-15 21:00:00", run.stdout)
+
+    def test_it_deletes_what_the_dry_run_says(self):
+        before = self.days()
+        self.assert_ends(korvane("delete-counts", "2023-11-16", "--dry-run"), 0)
+        self.assertEqual(self.days(), before)
+        run = korvane("delete-counts", "2023-11-16")
+        self.assert_ends(run, 0)
+        self.assertEqual(run.stdout, "the store was asked to delete older counts; kept from 2023-11-10 00:00:00 on: six days "
+                                     "before the day of 2023-11-16 00:00:00\n")
+        self.assertEqual(self.days(), {key: value for key, value in before.items() if key >= "2023-11-10"})
+        self.assertEqual(len(before) - len(self.days()), 2)
+
+    def days(self):
+        groups = self.answer("stats", "--day", "2023-11-14")["metadatalist"]
+        return {entry["date"]: (entry["sum_in"], entry["sum_out"]) for group in groups if group["channel_sid"] == STAIRS
+                for entry in group["data"] if entry["sum_in"]}
+
+
+class made_up_counts(program_test):
+    def test_the_same_seed_gives_the_same_week(self):
+        week = made_counts("--until", "2023-11-14")
+        self.assertEqual(made_counts("--until", "2023-11-14"), week)
+        self.assertNotEqual(made_counts("--until", "2023-11-14", "--seed", "2"), week)
+
+    def test_a_week_of_as_many_channels_as_asked_for(self):
+        found = sums(made_counts("--until", "2024-03-01", "--channels", "6"))
+        self.assertEqual(len({channel for channel, _ in found}), 6)
+        self.assertEqual(sorted({day for _, day in found}), [
+            "2024-02-24", "2024-02-25", "2024-02-26", "2024-02-27", "2024-02-28", "2024-02-29", "2024-03-01"])
 
 
 if __name__ == "__main__":

@@ -23,6 +23,11 @@ struct command {
 
 command insert_command(CLI::App& program);
 command query_command(CLI::App& program);
+command groups_command(CLI::App& program);
+command latest_command(CLI::App& program);
+command stats_command(CLI::App& program);
+command delete_counts_command(CLI::App& program);
+command vault_command(CLI::App& program);
 command explain_command(CLI::App& program);
 
 } // namespace host

@@ -13,21 +13,33 @@ namespace {
 
 constexpr long long milliseconds_per_minute = 60'000;
 
-// First or last millisecond of the local day `days` away from the one that `moment` is in.
-long long edge_of_day(std::tm moment, int days, day_edge edge)
-{
-    moment.tm_mday += days + (edge == day_edge::last_moment ? 1 : 0);
-    moment.tm_hour = moment.tm_min = moment.tm_sec = 0;
-    moment.tm_isdst = -1;
-    return std::mktime(&moment) * 1000LL - (edge == day_edge::last_moment ? 1 : 0);
-}
-
 std::tm broken_down(long long milliseconds)
 {
     const std::time_t seconds = milliseconds / 1000;
     std::tm moment = {};
     localtime_r(&seconds, &moment);
     return moment;
+}
+
+// mktime mends what does not exist, the 31st of February say; here that is an error of the reader's.
+bool same_day(const std::tm& left, const std::tm& right)
+{
+    return left.tm_year == right.tm_year && left.tm_mon == right.tm_mon && left.tm_mday == right.tm_mday;
+}
+
+// First or last millisecond of the local day `days` away from the one that `moment` is in.
+long long edge_of_day(std::tm moment, int days, day_edge edge)
+{
+    moment.tm_mday += days + (edge == day_edge::last_moment ? 1 : 0);
+    moment.tm_hour = moment.tm_min = moment.tm_sec = 0;
+    moment.tm_isdst = -1;
+    std::time_t start = std::mktime(&moment);
+    // Where the clocks go back over midnight it comes twice; the day begins with the first.
+    for (std::tm before = broken_down((start - 1) * 1000LL); same_day(before, moment);
+         before = broken_down((start - 1) * 1000LL)) {
+        start -= 1 + before.tm_sec + 60L * before.tm_min + 3600L * before.tm_hour;
+    }
+    return start * 1000LL - (edge == day_edge::last_moment ? 1 : 0);
 }
 
 bool is_digits(const std::string& text)
@@ -47,12 +59,6 @@ std::optional<long long> parse_ago(const std::string& text)
         return std::nullopt;
     }
     return now_in_milliseconds() - std::stoll(number) * minutes * milliseconds_per_minute;
-}
-
-// mktime mends what does not exist, the 31st of February say; here that is an error of the reader's.
-bool same_day(const std::tm& left, const std::tm& right)
-{
-    return left.tm_year == right.tm_year && left.tm_mon == right.tm_mon && left.tm_mday == right.tm_mday;
 }
 
 std::optional<long long> parse_date(const std::string& text, day_edge edge)
@@ -115,6 +121,12 @@ std::optional<long long> parse_local_time(const std::string& text, day_edge edge
     return ago ? ago : parse_date(text, edge);
 }
 
+long long start_of_local_day(long long milliseconds)
+{
+    tzset();
+    return edge_of_day(broken_down(milliseconds), 0, day_edge::first_moment);
+}
+
 long long now_in_milliseconds()
 {
     using namespace std::chrono;
@@ -123,9 +135,14 @@ long long now_in_milliseconds()
 
 std::string local_time_text(long long milliseconds)
 {
+    return local_time_text(milliseconds, "%Y-%m-%d %H:%M:%S");
+}
+
+std::string local_time_text(long long milliseconds, const char* format)
+{
     const std::tm moment = broken_down(milliseconds);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &moment);
+    char text[64];
+    std::strftime(text, sizeof text, format, &moment);
     return text;
 }
 

@@ -16,9 +16,15 @@ std::optional<long long> parse_local_time(const std::string& text, day_edge edge
 
 extern const char* const local_time_forms;
 
+/// The first millisecond of the local day that holds the moment.
+long long start_of_local_day(long long milliseconds);
+
 long long now_in_milliseconds();
 
 /// "2023-11-14 22:13:20".
 std::string local_time_text(long long milliseconds);
+
+/// As strftime writes it, at most 63 bytes.
+std::string local_time_text(long long milliseconds, const char* format);
 
 } // namespace host

@@ -1,5 +1,6 @@
 #include "progress_bar.h"
 
+#include "terminal.h"
 #include "text.h"
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace host {
@@ -19,13 +19,6 @@ bool draws_on_terminal()
     const char* kind =
         std::getenv("TERM"); // NOLINT(concurrency-mt-unsafe): nothing here sets the environment
     return isatty(STDERR_FILENO) == 1 && (kind == nullptr || std::strcmp(kind, "dumb") != 0);
-}
-
-size_t terminal_columns()
-{
-    winsize size = {};
-    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : 80;
 }
 
 std::string minutes_and_seconds(double seconds)
@@ -65,12 +58,12 @@ void progress_bar::show(long long reports, long long bytes)
         char percent[16];
         std::snprintf(percent, sizeof percent, "%3.0f%%  ", part * 100);
         line = percent + line + ", " + minutes_and_seconds(elapsed / part - elapsed) + " left";
-        const size_t columns = terminal_columns();
+        const size_t columns = terminal_columns(STDERR_FILENO);
         if (columns > line.size() + 14) {
             line.insert(0, bar(part, std::min<size_t>(40, columns - line.size() - 4)));
         }
     }
-    std::fprintf(stderr, "\r\033[K%s", line.substr(0, terminal_columns() - 1).c_str());
+    std::fprintf(stderr, "\r\033[K%s", line.substr(0, terminal_columns(STDERR_FILENO) - 1).c_str());
     visible_ = true;
 }
 

@@ -1,7 +1,6 @@
 #include "query_request.h"
 
 #include "json.h"
-#include "local_time.h"
 #include "text.h"
 
 #include <CLI/CLI.hpp>
@@ -18,13 +17,7 @@ void add_channels(json_object* filter, const std::vector<std::string>& wanted)
     json_object* channels = json_object_new_array();
     json_object_object_add(filter, "channel_guid_list", channels);
     for (const std::string& channel : wanted) {
-        if (channel.size() !=
-            32) { // the library would leave it out, and a query without channels means all of them
-            throw CLI::ValidationError("--channel",
-                                       "'" + channel + "' has " +
-                                           counted(static_cast<long long>(channel.size()), "character") +
-                                           "; a channel identifier has 32");
-        }
+        check_channel(channel);
         json_object_array_add(channels, json_object_new_string(channel.c_str()));
     }
 }
@@ -58,15 +51,6 @@ void add_time(json_object* filter, const char* key, long long time)
     json_object_object_add(filter, key, json_object_new_string(std::to_string(time).c_str()));
 }
 
-long long time_of(const std::string& option, const std::string& text, day_edge edge)
-{
-    const std::optional<long long> time = parse_local_time(text, edge);
-    if (!time) {
-        throw CLI::ValidationError(option, "'" + text + "' is no time; expected " + local_time_forms);
-    }
-    return *time;
-}
-
 void add_times(json_object* filter, const query_filter& wanted)
 {
     const long long from = wanted.from.empty() ? 0 : time_of("--from", wanted.from, day_edge::first_moment);
@@ -84,14 +68,28 @@ void add_times(json_object* filter, const query_filter& wanted)
     }
 }
 
-} // namespace
-
-std::string request_text(const query_filter& wanted)
+void add_filters_of_kind(json_object* filter, const query_filter& wanted, unsigned asked)
 {
-    const json_owner request(json_object_new_object());
+    for (const kind_filter& row : kind_filters()) {
+        const auto given = wanted.of_kind.find(row.option);
+        if (given == wanted.of_kind.end() || given->second.empty()) {
+            continue;
+        }
+        if ((row.knows_it & asked) == 0) {
+            throw CLI::ValidationError(row.option,
+                                       "is for " + who_knows(row) + " only: say which with --kind");
+        }
+        row.form.add(filter, row, given->second);
+    }
+}
+
+json_object* add_filters(json_object* request, const query_filter& wanted, const char* kind, unsigned asked)
+{
     json_object* filter = json_object_new_object();
-    json_object_object_add(request.get(), "metadata", filter);
-    json_object_object_add(filter, "function_name", json_object_new_string(wanted.kind.c_str()));
+    json_object_object_add(request, "metadata", filter);
+    if (kind != nullptr) {
+        json_object_object_add(filter, "function_name", json_object_new_string(kind));
+    }
     if (!wanted.channels.empty()) {
         add_channels(filter, wanted.channels);
     }
@@ -99,9 +97,57 @@ std::string request_text(const query_filter& wanted)
     if (!wanted.polygon.empty()) {
         add_polygon(filter, wanted.polygon);
     }
-    json_object_object_add(filter, "sort_dir", json_object_new_int(wanted.sort == "asc" ? 1 : -1));
-    json_object_object_add(filter, "skip", json_object_new_int(wanted.skip));
-    json_object_object_add(filter, "limit", json_object_new_int(wanted.limit));
+    add_filters_of_kind(filter, wanted, asked);
+    return filter;
+}
+
+std::string words_of_kind(json_object* filter)
+{
+    std::string words;
+    for (const kind_filter& row : kind_filters()) {
+        const std::string value = row.form.words(filter, row);
+        std::string name = row.option + 2; // without its dashes
+        std::replace(name.begin(), name.end(), '-', ' ');
+        words += value.empty() ? "" : ", " + name + " " + value;
+    }
+    return words;
+}
+
+} // namespace
+
+void check_channel(const std::string& channel)
+{
+    if (channel.size() != 32) { // the library would leave it out, and a query without channels means all
+        throw CLI::ValidationError("--channel",
+                                   "'" + channel + "' has " +
+                                       counted(static_cast<long long>(channel.size()), "character") +
+                                       "; a channel identifier has 32");
+    }
+}
+
+long long time_of(const std::string& option, const std::string& text, day_edge edge)
+{
+    const std::optional<long long> time = parse_local_time(text, edge);
+    if (!time) {
+        throw CLI::ValidationError(option, "'" + text + "' is no time; expected " + local_time_forms);
+    }
+    return *time;
+}
+
+std::string query_text(const query_kind& kind, const query_filter& wanted, const query_page& page)
+{
+    const json_owner request(json_object_new_object());
+    json_object* filter = add_filters(request.get(), wanted, kind.name, kind.asked);
+    json_object_object_add(filter, "sort_dir", json_object_new_int(page.sort == "asc" ? 1 : -1));
+    json_object_object_add(filter, "skip", json_object_new_int(page.skip));
+    json_object_object_add(filter, "limit", json_object_new_int(page.limit));
+    return json_object_to_json_string_ext(request.get(), JSON_C_TO_STRING_PLAIN);
+}
+
+std::string persons_text(const query_filter& wanted)
+{
+    const json_owner request(json_object_new_object());
+    add_filters(request.get(), wanted, nullptr, of_persons);
     return json_object_to_json_string_ext(request.get(), JSON_C_TO_STRING_PLAIN);
 }
 
@@ -122,7 +168,8 @@ std::string asked_for(const std::string& request)
             words += json_object_get_string(json_object_array_get_idx(channels, index));
         }
     }
-    return words + (json_member(filter, "x1") != nullptr ? ", overlapping the polygon" : "");
+    words += json_member(filter, "x1") != nullptr ? ", overlapping the polygon" : "";
+    return printable(words + words_of_kind(filter));
 }
 
 } // namespace host

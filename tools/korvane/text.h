@@ -14,7 +14,8 @@ std::string counted(long long number, const char* noun);
 /// `text` with every control character as '?', so that a stored value cannot drive the reader's terminal.
 std::string printable(const std::string& text);
 
-/// How many columns a terminal shows `text` in, one for each UTF-8 letter.
+/// How many columns a terminal shows `text` in: two for a wide letter of UTF-8 (Chinese, emoji), none for one
+/// that joins the letter before it.
 size_t display_width(const std::string& text);
 
 /// `text` filled up with blanks to `width` columns.
