@@ -39,8 +39,8 @@ panel place_of(size_t index, size_t count)
     }
     constexpr double height = 170;
     const double width = (whole - between_columns) / 2;
-    const auto column = index % 2;
-    const auto row = index / 2;
+    const size_t column = index % 2;
+    const size_t row = index / 2;
     return {left_edge + static_cast<double>(column) * (width + between_columns),
             first_row + static_cast<double>(row) * (height + between_rows), width, height};
 }

@@ -108,7 +108,9 @@ std::string words_of_kind(json_object* filter)
         const std::string value = row.form.words(filter, row);
         std::string name = row.option + 2; // without its dashes
         std::replace(name.begin(), name.end(), '-', ' ');
-        words += value.empty() ? "" : ", " + name + " " + value;
+        if (!value.empty()) {
+            words.append(", ").append(name).append(" ").append(value);
+        }
     }
     return words;
 }
