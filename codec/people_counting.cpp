@@ -6,33 +6,21 @@
 
 namespace korvane {
 
-namespace {
-
-/// Written only: what comes back from the store are statistics, not records.
-struct people_counting_members {
-    template <class Io, class Record>
-    void operator()(Io& io, Record& record) const
-    {
-        app_members(io, record);
-        func_name_member(io, record);
-        io.text("type", record.type);
-        timestamp_member(io, record);
-        io.time("end_time", record.end_time);
-        task_members(io, record);
-        description_member(io, record);
-        channel_members(io, record);
-        io.number_from(0, "people_count_in", record.people_count_in);
-        io.number_from(0, "people_count_out", record.people_count_out);
-        io.vertex_pairs("loc", record.positions);
-    }
-};
-
-} // namespace
-
+// Written only: what comes back from the store are statistics, not records.
 void write_people_counting(const people_counting_metadata_information& record, std::string& text)
 {
     record_writer writer("trans_people_counting_metadata_info_to_string");
-    people_counting_members()(writer, record);
+    app_members(writer, record);
+    func_name_member(writer, record);
+    writer.text("type", record.type);
+    timestamp_member(writer, record);
+    writer.time("end_time", record.end_time);
+    task_members(writer, record);
+    description_member(writer, record);
+    channel_members(writer, record);
+    writer.number_from(0, "people_count_in", record.people_count_in);
+    writer.number_from(0, "people_count_out", record.people_count_out);
+    writer.vertex_pairs("loc", record.positions);
     writer.finish(text);
 }
 

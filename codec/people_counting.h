@@ -8,7 +8,8 @@
 #include <vector>
 
 /// Replaces `out_text` with the record's JSON text, the body of the request that stores it. A polygon that
-/// does not fit in 8191 characters is cut to the vertices that do, with a log line. Returns 0.
+/// does not fit in 8191 characters is cut to the vertices that do, with a log line.
+/// Returns 0, without memory result_bad_request.
 int trans_people_counting_metadata_info_to_string(people_counting_metadata_information record,
                                                   std::string& out_text);
 
@@ -18,7 +19,7 @@ int trans_people_counting_metadata_info_to_string(people_counting_metadata_infor
 /// `channel_sid` if one is asked for, its buckets without a channel. Sets `result` when the reply has a
 /// "ret". A row off the grid, behind the one before it, past the end, or of a channel that was done with is
 /// skipped, with one log line a reply. A channel id over 32 characters ends the process. `query_type` is not
-/// used. Returns 0.
+/// used. Returns 0, without memory result_bad_request, `rows` then as they were.
 int trans_string_to_people_counting_metadata_statistics(
     std::string body, char* channel_sid, char* query_type, unsigned long long interval,
     unsigned long long start, unsigned long long end, std::vector<people_counting_metadata_information>& rows,

@@ -1,7 +1,9 @@
 #include "codec/people_counting.h"
 #include "codec/reply_reader.h"
+#include "log/korvane_log.h"
 #include "util/guarded.h"
 
+#include <new>
 #include <string_view>
 #include <unordered_set>
 
@@ -11,19 +13,18 @@ namespace {
 
 using bucket = people_counting_metadata_information;
 
-/// The buckets of one channel: times are counted from the start, so a range before the epoch is like any
-/// other.
+/// The buckets of one channel: times are counted from the start, so a range before or across the epoch is like
+/// any other.
 class time_grid {
 public:
     time_grid(unsigned long long start, unsigned long long end, unsigned long long interval)
         : start_(start)
         , interval_(interval)
     {
-        const auto first = static_cast<long long>(start);
-        const auto last = static_cast<long long>(end);
-        if (interval > 0 && first <= last) {
+        const auto length = static_cast<long long>(end - start);
+        if (interval > 0 && length >= 0) {
             count_ = (end - start) / interval + 1;
-            count_before_end_ = first < last ? (end - start - 1) / interval + 1 : 0;
+            count_before_end_ = length > 0 ? (end - start - 1) / interval + 1 : 0;
         }
     }
 
@@ -133,6 +134,18 @@ private:
     std::size_t skipped_ = 0;
 };
 
+/// Makes room for so many buckets more, at once: a vector that grows with them would copy each several times, and
+/// without the memory nothing is half built.
+void reserve(std::vector<bucket>& buckets, std::size_t channels, unsigned long long buckets_each)
+{
+    std::size_t added = 0;
+    if (__builtin_mul_overflow(channels, buckets_each, &added) ||
+        added > buckets.max_size() - buckets.size()) {
+        throw std::bad_alloc();
+    }
+    buckets.reserve(buckets.size() + added);
+}
+
 std::size_t count_channels(const json_elements& rows)
 {
     std::unordered_set<std::string_view> channels;
@@ -158,16 +171,18 @@ void read_statistics(const std::string& body, bool one_channel, unsigned long lo
     const json_elements sums(json_member(tree.get(), "datas"));
     if (sums.size() == 0) {
         if (one_channel) {
+            reserve(rows, 1, grid.count_before_end());
             series.fill_until(grid.count_before_end(), {});
         }
         return;
     }
-    // At once: a vector that grows with the buckets would copy each of them several times.
-    rows.reserve(rows.size() + count_channels(sums) * grid.count());
-    for (json_object* row : sums) {
-        series.add(row);
-    }
-    series.finish();
+    reserve(rows, count_channels(sums), grid.count());
+    append_whole(rows, [&] {
+        for (json_object* row : sums) {
+            series.add(row);
+        }
+        series.finish();
+    });
     if (series.skipped() > 0) {
         log_debug("[korvane](%s:%d) %zu of %zu rows skipped: off the time grid or out of order",
                   "trans_string_to_people_counting_metadata_statistics", __LINE__, series.skipped(),

@@ -12,8 +12,7 @@
 
 namespace korvane {
 
-/// The writing half of a kind's member list; reply_row in reply_reader.h is the reading half, and both have
-/// the same members. A member that is not set is left out. Values go out exactly as they stand, without JSON
+/// The writing half of a kind's member list; reply_row in reply_reader.h is the reading half. A member that is not set is left out. Values go out exactly as they stand, without JSON
 /// escaping: the store is fed that way, and whoever puts a quote into a text gets the store's refusal.
 class record_writer {
 public:
@@ -100,7 +99,7 @@ public:
     /// close the ring; left out when it has no vertices.
     void closed_ring(std::string_view name, const std::vector<Tposition_xy>& polygon);
 
-    /// Closes the text and moves it to `out`. A record with nothing set gives "}": the brace takes the last
+    /// Closes the text and copies it to `out`. A record with nothing set gives "}": the brace takes the last
     /// character's place, whatever that is.
     void finish(std::string& out);
 

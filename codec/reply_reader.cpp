@@ -54,11 +54,13 @@ store_reply open_reply(const std::string& reply, int& ret, long long& total, int
     if (ret == ret_nothing) {
         return opened;
     }
+    get_json_int(root, "overThreshold", &over);
     json_object* total_counts = json_member(root, "totalCounts");
-    total = json_text_number(total_counts);
-    if (total_counts) {
-        get_json_int(root, "overThreshold", &over);
+    if (is_json_scalar(total_counts)) {
+        total = json_text_number(total_counts);
         opened.rows = json_elements(json_member(root, "datas"));
+    } else {
+        total = 0;
     }
     return opened;
 }

@@ -78,9 +78,22 @@ struct store_reply {
     json_elements rows{nullptr};
 };
 
-/// Sets `ret` when the reply has one; then, unless it is ret_nothing, `total` (0 when the reply has none) and
-/// `over` (when it has one). A reply that is not JSON or does not count has no rows.
+/// Sets `ret` when the reply has one; then, unless it is ret_nothing, `over` when it has one, and `total`. A
+/// reply that is not JSON or does not count has a total of 0 and no rows.
 store_reply open_reply(const std::string& reply, int& ret, long long& total, int& over);
+
+/// Runs `append`, which appends to `records`; when it cannot finish, nothing of it stays.
+template <class Record, class Append>
+void append_whole(std::vector<Record>& records, Append append)
+{
+    const std::size_t before = records.size();
+    try {
+        append();
+    } catch (...) {
+        records.resize(before);
+        throw;
+    }
+}
 
 /// Appends the records of `reply` to `records`; `members` is the kind's member list.
 template <class Record, class Members>
@@ -88,11 +101,13 @@ void read_records(const std::string& reply, std::vector<Record>& records, int& r
                   int& over, Members members)
 {
     const store_reply opened = open_reply(reply, ret, total, over);
-    records.reserve(records.size() + opened.rows.size());
-    for (json_object* element : opened.rows) {
-        reply_row row(element);
-        members(row, records.emplace_back());
-    }
+    append_whole(records, [&] {
+        records.reserve(records.size() + opened.rows.size());
+        for (json_object* element : opened.rows) {
+            reply_row row(element);
+            members(row, records.emplace_back());
+        }
+    });
 }
 
 } // namespace korvane

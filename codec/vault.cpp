@@ -12,15 +12,17 @@ void read_vaults(const std::string& body, std::vector<vault_information>& vaults
     if (result == ret_nothing) {
         return;
     }
-    for (json_object* element : json_elements(json_member(tree.get(), "datas"))) {
-        vault_information& vault = vaults.emplace_back();
-        reply_row row(element);
-        row.text("vault_id", vault.vault_id);
-        row.text("vault_name", vault.vault_name);
-        row.text("description", vault.description);
-        row.number_unless(-1, "index", vault.index);
-        reply_row(json_member(element, "status")).text("last_recv_time_str", vault.last_recv_time_str);
-    }
+    append_whole(vaults, [&] {
+        for (json_object* element : json_elements(json_member(tree.get(), "datas"))) {
+            vault_information& vault = vaults.emplace_back();
+            reply_row row(element);
+            row.text("vault_id", vault.vault_id);
+            row.text("vault_name", vault.vault_name);
+            row.text("description", vault.description);
+            row.number_unless(-1, "index", vault.index);
+            reply_row(json_member(element, "status")).text("last_recv_time_str", vault.last_recv_time_str);
+        }
+    });
 }
 
 namespace {

@@ -7,10 +7,11 @@
 #include <vector>
 
 /// Appends the vaults of a reply to `vaults` and sets `result` when the reply has a "ret". A reply that says
-/// it has nothing, or is not JSON, has no vaults. Returns 0.
+/// it has nothing, or is not JSON, has no vaults. Returns 0, without memory result_bad_request.
 int trans_string_to_vault_info(std::string body, std::vector<vault_information>& vaults, int& result);
 
-/// Replaces `text` with the vault's id, name and description as JSON text, each when not empty. Returns 0.
+/// Replaces `text` with the vault's id, name and description as JSON text, each when not empty.
+/// Returns 0, without memory result_bad_request.
 int trans_vault_info_to_string(vault_information& vault, std::string& text);
 
 namespace korvane {

@@ -18,11 +18,17 @@ struct kind {
     const char* query_failed;
 };
 
+/// The one ingest handler with an unsigned code.
+int add_model(json_object* request, char* kind_name, char* timestamp_text)
+{
+    return static_cast<int>(add_model_metadata(request, kind_name, timestamp_text));
+}
+
 // clang-format off
 constexpr kind kinds[] = {
     {"HumanDetection",  add_human_metadata,           query_human_metadata,           "failed to add humana metadata",          "query humana metadata failed"},
     {"FaceRecognition", add_face_metadata,            query_face_metadata,            "failed to add face metadata",            "query face metadata failed"},
-    {"ObjectDetection", add_model_metadata,           query_model_metadata,           "failed to add model metadata",           "query model metadata failed"},
+    {"ObjectDetection", add_model,                    query_model_metadata,           "failed to add model metadata",           "query model metadata failed"},
     {"PeopleCounting",  add_people_counting_metadata, query_people_counting_metadata, "failed to add people counting metadata", "query people counting metadata failed"},
 };
 // clang-format on

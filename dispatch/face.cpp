@@ -3,17 +3,21 @@
 #include "dispatch/kinds.h"
 #include "dispatch/query_steps.h"
 #include "dispatch/refused_text.h"
+#include "log/korvane_log.h"
 #include "store/ai_CDataBaseComm.h"
 #include "util/fixed_text.h"
+#include "util/guarded.h"
+#include "util/time_conversions.h"
 
 namespace korvane {
 
 namespace {
 
 // Recorders' log readers know these lines by number.
-constexpr ingest_log face_ingest{"add_face_metadata", {554, 571, 663, 669, 677, 683, 763}};
+constexpr ingest_log face_ingest{"add_face_metadata", {554, 571, 663, 669, 677, 683}};
 constexpr int function_results_line = 588;
 constexpr int tubes_line = 596;
+constexpr int add_line = 763;
 
 constexpr report_keys face_keys{"app_id", "app_name", "model_version"};
 
@@ -58,7 +62,7 @@ int add_face(json_object* tube, const report_header& report, const result_header
     copy(record.gender, text("gender"), "gender");
     cut_bytes(record.resultId, text("resultId"));
     if (copy.refused()) {
-        return refused_text(face_ingest.function, face_ingest.lines.long_text, copy);
+        return refused_text(face_ingest.function, __LINE__, copy);
     }
     if (json_object* registered = json_member(tube, "registered")) {
         record.registered = json_object_get_boolean(registered) != 0;
@@ -68,7 +72,7 @@ int add_face(json_object* tube, const report_header& report, const result_header
 
     ai_CDataBaseComm store;
     if (const int code = store.add_face_metadata(record)) {
-        log_debug("[korvane](%s:%d) add face metadata failed", face_ingest.function, face_ingest.lines.store);
+        log_debug("[korvane](%s:%d) add face metadata failed", face_ingest.function, add_line);
         return code;
     }
     store.check_remove_face_metadata(kept_faces); // the face is stored, whatever comes of this
@@ -101,8 +105,9 @@ int add_faces(json_object* request, const char* kind_name, const char* timestamp
     return as_int(result_ok);
 }
 
-constexpr query_log face_query{"query_face_metadata", {1511, 1526, 1763, 1763, 1685, 1695, 1650}};
+constexpr query_log face_query{"query_face_metadata", {1511, 1526, 1685, 1695}};
 constexpr int start_line = 1506;
+constexpr int get_line = 1763;
 constexpr int count_line = 1766;
 
 /// "dir" ("ASC" or not), overruled by a "sort_dir" of 1 or -1.
@@ -159,7 +164,7 @@ int query_faces(json_object* request, json_object* answer)
     if (const int code = read_face_filters(filters, face_query, asked)) {
         return code;
     }
-    const page page = read_page(filters);
+    const page asked_page = read_page(filters);
     const int start_age = json_int_member(filters, "start_age", -1);
     const int end_age = json_int_member(filters, "end_age", -1);
     const int partial_query = json_int_member(filters, "partail_query", 0); // spelled so by every host
@@ -168,12 +173,12 @@ int query_faces(json_object* request, json_object* answer)
     long long total = 0;
     int over = 0;
     const int code = ai_CDataBaseComm().get_face_metadata(
-        read_direction(filters), page.skip, page.limit, partial_query, asked.channels, asked.gender_or_null(),
-        asked.times.start, asked.times.end, asked.person_names, asked.person_keys, asked.provider_ids,
-        asked.start_confidence, asked.end_confidence, start_age, end_age, asked.ages, asked.area,
-        asked.registered, asked.result_ids, records, total, over);
+        read_direction(filters), asked_page.skip, asked_page.limit, partial_query, asked.channels,
+        asked.gender_or_null(), asked.times.start, asked.times.end, asked.person_names, asked.person_keys,
+        asked.provider_ids, asked.start_confidence, asked.end_confidence, start_age, end_age, asked.ages,
+        asked.area, asked.registered, asked.result_ids, records, total, over);
     if (code != 0) {
-        log_debug("[korvane](%s:%d) get face metadata failed", face_query.function, face_query.lines.store);
+        log_debug("[korvane](%s:%d) get face metadata failed", face_query.function, get_line);
         return code;
     }
     log_debug("[korvane](%s:%d) vec_face_metadata_info.size() : %d", face_query.function, count_line,

@@ -1,27 +1,15 @@
 #include "dispatch/face_filters.h"
 
 #include "dispatch/refused_text.h"
-#include "log/korvane_log.h"
-#include "util/guarded.h"
+#include "util/result.h"
 
 namespace korvane {
 
 namespace {
 
-/// A bound from 0 to 100; -2, logged, for any other, and without one.
-int read_confidence_bound(json_object* filters, const char* key, const query_log& log, int line,
-                          const char* which)
+bool is_percentage(int value)
 {
-    json_object* member = json_member(filters, key);
-    if (member == nullptr) {
-        return -2;
-    }
-    const int value = json_object_get_int(member);
-    if (value < 0 || value > 100) {
-        log_confidence_bound(log, line, which, value);
-        return -2;
-    }
-    return value;
+    return value >= 0 && value <= 100;
 }
 
 std::vector<int> read_ages(json_object* filters)
@@ -45,16 +33,14 @@ int read_face_filters(json_object* filters, const query_log& log, face_filters& 
         refuse_if_long copy;
         copy(asked.gender, json_text(gender), "gender");
         if (copy.refused()) {
-            return refused_text(log.function, log.lines.long_text, copy);
+            return refused_text(log.function, __LINE__, copy);
         }
         asked.has_gender = true;
     }
     asked.person_names = read_texts(filters, "person_name");
     asked.person_keys = read_texts(filters, "person_key");
-    asked.start_confidence =
-        read_confidence_bound(filters, "start_confidence", log, log.lines.start_confidence, "start");
-    asked.end_confidence =
-        read_confidence_bound(filters, "end_confidence", log, log.lines.end_confidence, "end");
+    asked.start_confidence = read_confidence_bound(filters, log, bound::start, -2, is_percentage);
+    asked.end_confidence = read_confidence_bound(filters, log, bound::end, -2, is_percentage);
     asked.registered = json_int_member(filters, "registered", -1);
     asked.result_ids = read_texts(filters, "resultId");
     asked.provider_ids = read_texts(filters, "provider_id");

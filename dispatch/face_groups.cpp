@@ -11,14 +11,15 @@ namespace korvane {
 namespace {
 
 // Recorders' log readers know these lines by number.
-constexpr query_log groups{"query_ai_face_metadata_list_group", {2350, 2366, 2555, 2555, 2486, 2496, 2450}};
+constexpr query_log groups{"query_ai_face_metadata_list_group", {2350, 2366, 2486, 2496}};
 constexpr int start_line = 2343;
+constexpr int get_line = 2555;
 constexpr int count_line = 2558;
 constexpr int output_line = 2586;
 
 json_owner make_answer(const std::vector<face_recognition_metadata_information>& records, long long total)
 {
-    json_owner names = made_json(json_object_new_array());
+    json_owner names = made_json(json_object_new_array_ext(static_cast<int>(records.size())));
     for (const face_recognition_metadata_information& record : records) {
         add_json_element(names.get(), make_json_text(text_of(record.person_name)));
     }
@@ -50,7 +51,7 @@ int list_groups(const char* request_text, void** answer)
         asked.person_keys, asked.provider_ids, asked.start_confidence, asked.end_confidence, start_age,
         end_age, asked.ages, asked.area, asked.registered, asked.result_ids, records, total);
     if (code != 0) {
-        log_debug("[korvane](%s:%d) get face metadata failed", groups.function, groups.lines.store);
+        log_debug("[korvane](%s:%d) get face metadata failed", groups.function, get_line);
         return code;
     }
     log_debug("[korvane](%s:%d) vec_face_metadata_info.size() : %d", groups.function, count_line,

@@ -1,8 +1,10 @@
 #include "dispatch/ingest_steps.h"
 #include "dispatch/kinds.h"
 #include "dispatch/query_steps.h"
+#include "log/korvane_log.h"
 #include "store/ai_CDataBaseComm.h"
 #include "util/fixed_text.h"
+#include "util/guarded.h"
 
 namespace korvane {
 
@@ -25,8 +27,7 @@ int add_human(json_object* object, const report_header& report, const result_hea
 
     const int code = ai_CDataBaseComm().add_human_metadata(record);
     if (code != 0) {
-        log_debug("[korvane](%s:%d) add human metadata failed", human_ingest.function,
-                  human_ingest.lines.store);
+        log_debug("[korvane](%s:%d) add human metadata failed", human_ingest.function, __LINE__);
     }
     return code;
 }
@@ -84,18 +85,17 @@ int query_humans(json_object* request, json_object* answer)
     }
     std::vector<std::string> channels = read_channels(filters, human_query);
     const int sort_dir = read_sort_dir(filters);
-    const page page = read_page(filters);
+    const page asked_page = read_page(filters);
     const time_range times = read_time_range(filters);
 
     std::vector<human_detection_metadata_information> records;
     long long total = 0;
     int over = 0;
-    const int code = ai_CDataBaseComm().get_human_metadata(sort_dir, page.skip, page.limit,
+    const int code = ai_CDataBaseComm().get_human_metadata(sort_dir, asked_page.skip, asked_page.limit,
                                                            std::move(channels), times.start, times.end,
                                                            read_area(filters), records, total, over);
     if (code != 0) {
-        log_debug("[korvane](%s:%d) get human metadata failed", human_query.function,
-                  human_query.lines.store);
+        log_debug("[korvane](%s:%d) get human metadata failed", human_query.function, __LINE__);
         return code;
     }
     fill_answer(answer, total, over, make_rows(records, human_query, human_row));

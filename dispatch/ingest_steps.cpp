@@ -1,6 +1,8 @@
 #include "dispatch/ingest_steps.h"
 
+#include "log/korvane_log.h"
 #include "util/coordinates.h"
+#include "util/result.h"
 
 #include <cstdlib>
 
@@ -42,16 +44,16 @@ result_header read_result(json_object* result, const report_header& report)
 
 namespace {
 
-struct axis {
+struct axis_row {
     char name[2];
     int missing_line;
     int range_line;
 };
 
-int read_axis(json_object* vertex, axis axis, const ingest_log& log, char (&field)[33])
+int read_axis(json_object* vertex, axis_row axis, const ingest_log& log, char (&field)[33])
 {
     json_object* member = json_member(vertex, axis.name);
-    if (member == nullptr) {
+    if (!is_json_scalar(member)) {
         return missing_member(log, axis.missing_line, axis.name);
     }
     const double value = json_number(member);

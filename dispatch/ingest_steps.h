@@ -2,9 +2,7 @@
 // its code.
 #pragma once
 
-#include "log/korvane_log.h"
 #include "util/fixed_text.h"
-#include "util/guarded.h"
 #include "util/json_members.h"
 
 #include <korvane/metadata_records.h>
@@ -14,7 +12,7 @@
 
 namespace korvane {
 
-/// The line told with each failure. These defaults name the failure's row here.
+/// The line told with each failure of the shared steps. These defaults name the failure's row here.
 struct ingest_lines {
     int channel_sid = __LINE__;
     int results = __LINE__;
@@ -22,8 +20,6 @@ struct ingest_lines {
     int x_range = __LINE__;
     int y_missing = __LINE__;
     int y_range = __LINE__;
-    int store = __LINE__;
-    int long_text = __LINE__;
 };
 
 /// Where a kind's ingest logs from.

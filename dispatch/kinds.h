@@ -2,14 +2,15 @@
 //
 // An ingest handler gets the whole parsed request, the kind's name and the request's timestamp text, and
 // walks all of "results"; a query handler gets the whole parsed request and an empty answer object, to which
-// it adds members on success. Each returns 0 or a code; null pointers give result_null_request.
+// it adds members on success. Each returns 0 or a code; null pointers give result_null_request. An answer's
+// rows borrow the names of their members from the library: it must stay loaded as long as they live.
 #pragma once
 
 struct json_object;
 
 int add_human_metadata(json_object* request, char* kind_name, char* timestamp_text);
 int add_face_metadata(json_object* request, char* kind_name, char* timestamp_text);
-int add_model_metadata(json_object* request, char* kind_name, char* timestamp_text);
+unsigned int add_model_metadata(json_object* request, char* kind_name, char* timestamp_text);
 int add_people_counting_metadata(json_object* request, char* kind_name, char* timestamp_text);
 
 unsigned int query_human_metadata(json_object* request, json_object*& answer);

@@ -26,50 +26,25 @@ void answer_newest(const std::vector<Record>& records, long long total, char* an
     }
 }
 
-int newest_human(char* answer)
+/// `ask` has the store look up one record, the newest.
+template <class Record, class Ask>
+int newest(const char* function, const char* kind, char* answer, Ask ask)
 {
-    std::vector<human_detection_metadata_information> records;
-    long long total = 0;
-    int over = 0;
-    const int code = ai_CDataBaseComm().get_human_metadata(-1, 0, 1, {}, 0, 0, {}, records, total, over);
-    if (code != 0) {
-        log_debug("[korvane](%s:%d) get human metadata failed", "get_lastest_human_metadata", __LINE__);
-        return code;
+    if (answer == nullptr) {
+        return as_int(result_null_request);
     }
-    answer_newest(records, total, answer);
-    return as_int(result_ok);
-}
-
-int newest_face(char* answer)
-{
-    std::vector<face_recognition_metadata_information> records;
-    long long total = 0;
-    int over = 0;
-    // Confidence bounds of -1 and age bounds of -2 are values to the request builder, not absence: they are
-    // sent.
-    const int code = ai_CDataBaseComm().get_face_metadata(-1, 0, 1, 0, {}, nullptr, 0, 0, {}, {}, {}, -1, -1,
-                                                          -2, -2, {}, {}, -1, {}, records, total, over);
-    if (code != 0) {
-        log_debug("[korvane](%s:%d) get face metadata failed", "get_lastest_face_metadata", __LINE__);
-        return code;
-    }
-    answer_newest(records, total, answer);
-    return as_int(result_ok);
-}
-
-int newest_model(char* answer)
-{
-    std::vector<model_importer_metadata_information> records;
-    long long total = 0;
-    int over = 0;
-    const int code =
-        ai_CDataBaseComm().get_model_metadata(-1, 0, 1, {}, nullptr, 0, 0, -1, -1, {}, records, total, over);
-    if (code != 0) {
-        log_debug("[korvane](%s:%d) get model metadata failed", "get_lastest_model_metadata", __LINE__);
-        return code;
-    }
-    answer_newest(records, total, answer);
-    return as_int(result_ok);
+    return guarded(function, [&] {
+        std::vector<Record> records;
+        long long total = 0;
+        int over = 0;
+        const int code = ask(records, total, over);
+        if (code != 0) {
+            log_debug("[korvane](%s:%d) get %s metadata failed", function, __LINE__, kind);
+            return code;
+        }
+        answer_newest(records, total, answer);
+        return as_int(result_ok);
+    });
 }
 
 struct latest_kind {
@@ -113,31 +88,36 @@ int latest(const char* request_text, char* answer)
     return as_int(result_unknown_kind);
 }
 
-int guarded_newest(const char* function, int (*newest)(char*), char* answer)
-{
-    if (answer == nullptr) {
-        return as_int(result_null_request);
-    }
-    return guarded(function, [&] { return newest(answer); });
-}
-
 } // namespace
 
 } // namespace korvane
 
 int get_lastest_human_metadata(char* answer)
 {
-    return korvane::guarded_newest(__func__, korvane::newest_human, answer);
+    using record = human_detection_metadata_information;
+    return korvane::newest<record>(__func__, "human", answer, [](auto& records, auto& total, auto& over) {
+        return ai_CDataBaseComm().get_human_metadata(-1, 0, 1, {}, 0, 0, {}, records, total, over);
+    });
 }
 
 int get_lastest_face_metadata(char* answer)
 {
-    return korvane::guarded_newest(__func__, korvane::newest_face, answer);
+    using record = face_recognition_metadata_information;
+    return korvane::newest<record>(__func__, "face", answer, [](auto& records, auto& total, auto& over) {
+        // Confidence bounds of -1 and age bounds of -2 are values to the request builder, not absence: they are
+        // sent.
+        return ai_CDataBaseComm().get_face_metadata(-1, 0, 1, 0, {}, nullptr, 0, 0, {}, {}, {}, -1, -1, -2,
+                                                    -2, {}, {}, -1, {}, records, total, over);
+    });
 }
 
 int get_lastest_model_metadata(char* answer)
 {
-    return korvane::guarded_newest(__func__, korvane::newest_model, answer);
+    using record = model_importer_metadata_information;
+    return korvane::newest<record>(__func__, "model", answer, [](auto& records, auto& total, auto& over) {
+        return ai_CDataBaseComm().get_model_metadata(-1, 0, 1, {}, nullptr, 0, 0, -1, -1, {}, records, total,
+                                                     over);
+    });
 }
 
 int get_latest_metadata(void* json_text, void* answer)

@@ -2,8 +2,10 @@
 #include "dispatch/kinds.h"
 #include "dispatch/query_steps.h"
 #include "dispatch/refused_text.h"
+#include "log/korvane_log.h"
 #include "store/ai_CDataBaseComm.h"
 #include "util/fixed_text.h"
+#include "util/guarded.h"
 
 namespace korvane {
 
@@ -41,14 +43,13 @@ int add_model(json_object* object, const report_header& report, const result_hea
     copy(record.description, json_text(json_member(object, "description")), "description");
     copy(record.object_name, json_text(json_member(object, "object_name")), "object_name");
     if (copy.refused()) {
-        return refused_text(model_ingest.function, model_ingest.lines.long_text, copy);
+        return refused_text(model_ingest.function, __LINE__, copy);
     }
     record.confidence = read_confidence(object);
 
     const int code = ai_CDataBaseComm().add_model_metadata(record);
     if (code != 0) {
-        log_debug("[korvane](%s:%d) add model metadata failed", model_ingest.function,
-                  model_ingest.lines.store);
+        log_debug("[korvane](%s:%d) add model metadata failed", model_ingest.function, __LINE__);
     }
     return code;
 }
@@ -81,32 +82,16 @@ int add_models(json_object* request, const char* kind_name, const char* timestam
 
 constexpr query_log model_query{"query_model_metadata", {}};
 
-/// A bound that `usable` takes; -1, logged, for any other, and without one.
-template <class Usable>
-int read_confidence_bound(json_object* filters, const char* key, int line, const char* which, Usable usable)
-{
-    json_object* member = json_member(filters, key);
-    if (member == nullptr) {
-        return -1;
-    }
-    const int value = json_object_get_int(member);
-    if (!usable(value)) {
-        log_confidence_bound(model_query, line, which, value);
-        return -1;
-    }
-    return value;
-}
-
 /// Only 100 and more: hosts rely on every ordinary lower bound being dropped, and with it the range.
 int read_start_confidence(json_object* filters)
 {
-    return read_confidence_bound(filters, "start_confidence", model_query.lines.start_confidence, "start",
+    return read_confidence_bound(filters, model_query, bound::start, -1,
                                  [](int value) { return value > 99; });
 }
 
 int read_end_confidence(json_object* filters)
 {
-    return read_confidence_bound(filters, "end_confidence", model_query.lines.end_confidence, "end",
+    return read_confidence_bound(filters, model_query, bound::end, -1,
                                  [](int value) { return value >= 0 && value <= 100; });
 }
 
@@ -142,10 +127,10 @@ int query_models(json_object* request, json_object* answer)
     refuse_if_long copy;
     copy(object_name, json_text(object_name_member), "object_name");
     if (copy.refused()) {
-        return refused_text(model_query.function, model_query.lines.long_text, copy);
+        return refused_text(model_query.function, __LINE__, copy);
     }
     const int sort_dir = read_sort_dir(filters);
-    const page page = read_page(filters);
+    const page asked_page = read_page(filters);
     const time_range times = read_time_range(filters);
     const int start_confidence = read_start_confidence(filters);
     const int end_confidence = read_end_confidence(filters);
@@ -154,11 +139,11 @@ int query_models(json_object* request, json_object* answer)
     long long total = 0;
     int over = 0;
     const int code = ai_CDataBaseComm().get_model_metadata(
-        sort_dir, page.skip, page.limit, std::move(channels), object_name_member ? object_name : nullptr,
-        times.start, times.end, start_confidence, end_confidence, read_area(filters), records, total, over);
+        sort_dir, asked_page.skip, asked_page.limit, std::move(channels),
+        object_name_member ? object_name : nullptr, times.start, times.end, start_confidence, end_confidence,
+        read_area(filters), records, total, over);
     if (code != 0) {
-        log_debug("[korvane](%s:%d) get model metadata failed", model_query.function,
-                  model_query.lines.store);
+        log_debug("[korvane](%s:%d) get model metadata failed", model_query.function, __LINE__);
         return code;
     }
     fill_answer(answer, total, over, make_rows(records, model_query, model_row));
@@ -169,13 +154,13 @@ int query_models(json_object* request, json_object* answer)
 
 } // namespace korvane
 
-int add_model_metadata(json_object* request, char* kind_name, char* timestamp_text)
+unsigned int add_model_metadata(json_object* request, char* kind_name, char* timestamp_text)
 {
     if (request == nullptr || kind_name == nullptr || timestamp_text == nullptr) {
-        return korvane::as_int(korvane::result_null_request);
+        return korvane::result_null_request;
     }
-    return korvane::guarded(__func__,
-                            [&] { return korvane::add_models(request, kind_name, timestamp_text); });
+    return static_cast<unsigned int>(
+        korvane::guarded(__func__, [&] { return korvane::add_models(request, kind_name, timestamp_text); }));
 }
 
 unsigned int query_model_metadata(json_object* request, json_object*& answer)

@@ -1,11 +1,16 @@
 #include "dispatch/ingest_steps.h"
 #include "dispatch/kinds.h"
 #include "dispatch/query_steps.h"
+#include "log/korvane_log.h"
 #include "store/ai_CDataBaseComm.h"
 #include "util/fixed_text.h"
+#include "util/guarded.h"
+#include "util/time_conversions.h"
 
 #include <korvane/ai_metadata.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstdlib>
 
 namespace korvane {
@@ -41,8 +46,7 @@ int add_counts(json_object* object, const report_header& report, const result_he
 
     const int code = ai_CDataBaseComm().add_people_counting_metadata(record);
     if (code != 0) {
-        log_debug("[korvane](%s:%d) add people counting metadata failed", counting_ingest.function,
-                  counting_ingest.lines.store);
+        log_debug("[korvane](%s:%d) add people counting metadata failed", counting_ingest.function, __LINE__);
     }
     return code;
 }
@@ -80,6 +84,9 @@ using bucket = people_counting_metadata_information;
 
 constexpr unsigned long long day_ms = 86'400'000;
 
+/// With its day, the days that a "day" query shows; older counts are no longer needed.
+constexpr unsigned long long earlier_days = 6;
+
 /// What a query type means. The range ends with the day asked for.
 struct query_type_row {
     const char* name;
@@ -90,7 +97,7 @@ struct query_type_row {
 constexpr query_type_row query_types[] = {
     {"15-min", 900'000, 0},
     {"hour", 3'600'000, 0},
-    {"day", day_ms, 6},
+    {"day", day_ms, earlier_days},
 };
 
 const query_type_row* find_query_type(std::string_view name)
@@ -101,16 +108,6 @@ const query_type_row* find_query_type(std::string_view name)
         }
     }
     return nullptr;
-}
-
-/// Local midnight of the day that holds the decimal milliseconds `ms_text`; unsigned, so that no time
-/// overflows.
-unsigned long long day_start(char* ms_text)
-{
-    char unit[] = "day";
-    char start[24] = {};
-    trans_timestamp_to_timepoint(unit, ms_text, start);
-    return static_cast<unsigned long long>(std::strtoll(start, nullptr, 10));
 }
 
 json_owner channel_buckets(const std::vector<bucket>& buckets)
@@ -145,14 +142,14 @@ json_owner make_group(const bucket* first)
     return object;
 }
 
-json_owner page_of_groups(const std::vector<bucket>& buckets, unsigned long long count, const page& page)
+json_owner page_of_groups(const std::vector<bucket>& buckets, unsigned long long count, const page& asked)
 {
     json_owner groups = made_json(json_object_new_array());
-    const auto skip = static_cast<unsigned long long>(page.skip); // a negative one lies behind every group
-    for (unsigned long long group = skip; group < count && page.limit > 0; ++group) {
-        if (group - skip >= static_cast<unsigned long long>(page.limit)) {
-            break;
-        }
+    const auto first = static_cast<unsigned long long>(asked.skip); // a negative one lies behind every group
+    const auto most = static_cast<unsigned long long>(std::max(asked.limit, 0));
+    const unsigned long long end = first < count ? first + std::min(count - first, most) : 0;
+    tzset();
+    for (unsigned long long group = first; group < end; ++group) {
         add_json_element(groups.get(), make_group(&buckets[group * group_size]));
     }
     return groups;
@@ -203,14 +200,15 @@ int query_statistics(json_object* request, json_object* answer)
         log_debug("%s(%d)- [korvane] invalid query type ", counting_query.function, __LINE__);
         return as_int(result_unknown_query_type);
     }
-    const unsigned long long day = day_start(asked.start_time);
+    // Unsigned: a range that leaves the 64-bit times goes out wrapped, as it always has.
+    const auto day =
+        static_cast<unsigned long long>(start_of_day_ms(std::strtoll(asked.start_time, nullptr, 10)));
     std::vector<bucket> buckets;
     const int code = ai_CDataBaseComm().get_people_counting_metadata(
         asked.query_type, asked.one_channel ? asked.channel_sid : nullptr, type->interval_ms,
         day - type->earlier_days * day_ms, day + day_ms - 1, buckets, nullptr);
     if (code != 0) {
-        log_debug("[korvane](%s:%d) get people counting metadata failed", counting_query.function,
-                  counting_query.lines.store);
+        log_debug("[korvane](%s:%d) get people counting metadata failed", counting_query.function, __LINE__);
         return code;
     }
     if (asked.one_channel) {
@@ -227,9 +225,12 @@ int query_statistics(json_object* request, json_object* answer)
 
 int delete_counts(char* timestamp)
 {
-    constexpr unsigned long long kept_days = 6; // the days before that a "day" query shows
-    const unsigned long long cutoff = day_start(timestamp) - kept_days * day_ms;
-    const int code = ai_CDataBaseComm().delete_people_counting(cutoff);
+    const long long day = start_of_day_ms(std::strtoll(timestamp, nullptr, 10));
+    long long cutoff = 0;
+    if (__builtin_sub_overflow(day, static_cast<long long>(earlier_days * day_ms), &cutoff)) {
+        cutoff = LLONG_MIN; // wrapped, it would ask for everything to be deleted
+    }
+    const int code = ai_CDataBaseComm().delete_people_counting(static_cast<unsigned long long>(cutoff));
     if (code != 0) {
         log_debug("[korvane](%s:%d) delete people counting metadata failed", "delete_people_counting",
                   __LINE__);

@@ -9,19 +9,17 @@
 
 #include <ctime>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace korvane {
 
-/// The line told with each message. These defaults name the message's row here.
+/// The line told with each message of the shared steps. These defaults name the message's row here.
 struct query_lines {
     int metadata = __LINE__;
     int channel_length = __LINE__;
-    int store = __LINE__;
-    int polygon = __LINE__;
     int start_confidence = __LINE__;
     int end_confidence = __LINE__;
-    int long_text = __LINE__;
 };
 
 /// Where a kind's query logs from.
@@ -30,7 +28,7 @@ struct query_log {
     query_lines lines;
 };
 
-/// The request's filters; null, logged, when the request has none.
+/// The request's filters, an object; null, logged, when the request has none.
 json_object* open_filters(json_object* request, const query_log& log);
 
 /// "channel_guid_list": the ids of exactly 32 characters; any other is logged and left out.
@@ -61,11 +59,16 @@ std::vector<Tposition_xy> read_area(json_object* filters);
 /// The texts of an optional array; none when it is missing.
 std::vector<std::string> read_texts(json_object* filters, const char* key);
 
-/// Tells of a confidence bound that is left out.
-void log_confidence_bound(const query_log& log, int line, const char* which, int value);
+enum class bound { start, end };
+
+/// "start_confidence" or "end_confidence" as far as the kind can use it; `absent` for any other, which is
+/// logged, and without one.
+int read_confidence_bound(json_object* filters, const query_log& log, bound which, int absent,
+                          bool (*usable)(int value));
 
 /// One object of an answer's list. Members stand in the order of the calls; each value goes out as json-c
-/// writes it.
+/// writes it. Names are literals, each given once a row: they are neither
+/// copied nor looked for.
 class answer_row {
 public:
     explicit answer_row(const query_log& log);
@@ -105,6 +108,8 @@ public:
 
 private:
     void add_text(const char* name, std::string_view value);
+
+    void add(const char* name, json_owner value) { add_new_json_member(row_.get(), name, std::move(value)); }
 
     json_owner row_;
     const query_log& log_;

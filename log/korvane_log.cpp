@@ -63,7 +63,11 @@ file_path choose_file()
         }
     }
     const file_path path = path_of(oldest);
-    unlink(path.text);
+    // Who took the lock over from a slow writer may have been here just before: its new file holds new lines.
+    struct stat status {};
+    if (stat(path.text, &status) == 0 && status.st_size >= full_size) {
+        unlink(path.text);
+    }
     return path;
 }
 
@@ -121,13 +125,14 @@ public:
         char* begin = message() - prefix_length;
         std::memcpy(begin, prefix, prefix_length);
         message()[length_] = '\n'; // in the terminator's place
-        std::size_t left = prefix_length + length_ + 1;
-        while (left > 0) {
-            const ssize_t written = write(file, begin, left);
+        const std::size_t size = prefix_length + length_ + 1;
+        std::size_t done = 0;
+        while (done < size) {
+            const ssize_t written = write(file, begin + done, size - done);
             if (written > 0) {
-                begin += written;
-                left -= static_cast<std::size_t>(written);
+                done += static_cast<std::size_t>(written);
             } else if (errno != EINTR) {
+                take_back(file, done);
                 return;
             }
         }
@@ -137,6 +142,16 @@ private:
     static constexpr std::size_t prefix_room = 96;
 
     char* message() { return text_ + prefix_room; }
+
+    /// Takes the beginning of a line back that the disk had no room for, or the next line would stand behind it; not
+    /// when another writer's line already does.
+    static void take_back(int file, std::size_t written)
+    {
+        const off_t end = lseek(file, 0, SEEK_CUR);
+        if (written > 0 && end >= 0 && lseek(file, 0, SEEK_END) == end) {
+            static_cast<void>(!ftruncate(file, end - static_cast<off_t>(written)));
+        }
+    }
 
     int format_large(const char* format, va_list arguments, int length)
     {

@@ -22,10 +22,11 @@ namespace {
 constexpr std::size_t read_ahead_size = 65'536;
 constexpr long long forever_ms = LLONG_MAX;
 
+/// The coarse clock, some milliseconds behind: the limits are whole seconds, and it is asked several times a request.
 long long now_ms()
 {
     timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
     return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1'000'000;
 }
 
@@ -34,31 +35,49 @@ long long deadline_after(int timeout_s)
     return timeout_s > 0 ? now_ms() + timeout_s * 1000LL : forever_ms;
 }
 
+/// Waits until the socket is ready for `events`; false when the deadline comes first.
+bool wait_ready(int socket, short events, long long deadline)
+{
+    pollfd waiting{socket, events, 0};
+    for (;;) {
+        const long long left = deadline == forever_ms ? -1 : std::max(0LL, deadline - now_ms());
+        if (left == 0) {
+            return false;
+        }
+        const int ready = poll(&waiting, 1, static_cast<int>(std::min<long long>(left, INT_MAX)));
+        if (ready >= 0 || errno != EINTR) {
+            return ready == 1;
+        }
+    }
+}
+
 /// Waits for a connect that a signal interrupted: it goes on by itself and must not be started again.
 bool wait_connected(int socket, long long deadline)
 {
-    pollfd waiting{socket, POLLOUT, 0};
-    int ready = -1;
-    do {
-        const long long left = deadline == forever_ms ? -1 : std::max(0LL, deadline - now_ms());
-        ready = poll(&waiting, 1, static_cast<int>(std::min<long long>(left, INT_MAX)));
-    } while (ready < 0 && errno == EINTR);
     int error = 0;
     socklen_t size = sizeof error;
-    return ready == 1 && getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+    return wait_ready(socket, POLLOUT, deadline) &&
+           getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
-void set_options(int socket, int timeout_s)
+/// True when the socket's own waits end with the time-out.
+bool set_options(int socket, int timeout_s)
 {
     // Head and body go out as two sends: without this the second would wait for the peer's delayed
     // acknowledgement.
     const int no_delay = 1;
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &no_delay, sizeof no_delay);
-    if (timeout_s > 0) {
-        const timeval limit{timeout_s, 0};
-        setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit); // connect obeys it too
-        setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    if (timeout_s <= 0) {
+        return true;
     }
+    const timeval limit{timeout_s, 0};
+    return setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0 && // connect obeys it too
+           setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0;
+}
+
+bool to_be_tried_again()
+{
+    return errno == EINTR || errno == EAGAIN;
 }
 
 } // namespace
@@ -90,7 +109,7 @@ bool TTCPSession::connect_to(const char* host, int port)
     if (socket_handle < 0) {
         return false;
     }
-    set_options(socket_handle, timeout_);
+    limited_ = set_options(socket_handle, timeout_);
     const long long deadline = deadline_after(timeout_);
     if (connect(socket_handle, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0) {
         return true;
@@ -107,50 +126,59 @@ void TTCPSession::drop()
     ended_ = true;
 }
 
+/// How the next send or recv of a call is to be made, as flags; negative when the call's time is over. The first
+/// may wait by itself, for the socket's own time-out. The later ones, after a signal or a piece, may not: that
+/// time-out would begin anew.
+int TTCPSession::next_flags(short events, step& now) const
+{
+    const bool first = now.first;
+    now.first = false;
+    if (first && limited_) {
+        return 0;
+    }
+    return wait_ready(socket_handle, events, now.deadline) ? MSG_DONTWAIT : -1;
+}
+
 int TTCPSession::SendPacket(unsigned char* data, int length)
 {
-    const long long deadline = deadline_after(timeout_);
+    step now{deadline_after(timeout_)};
     int sent = 0;
     while (sent < length && socket_handle >= 0) {
-        const ssize_t count =
-            send(socket_handle, data + sent, static_cast<std::size_t>(length - sent), MSG_NOSIGNAL);
+        const int flags = next_flags(POLLOUT, now);
+        const ssize_t count = flags < 0 ? -1
+                                        : send(socket_handle, data + sent,
+                                               static_cast<std::size_t>(length - sent), flags | MSG_NOSIGNAL);
         if (count > 0) {
             sent += static_cast<int>(count);
-        } else if (errno != EINTR) {
-            drop();
-        }
-        if (sent < length && now_ms() > deadline) {
+        } else if (flags < 0 || !to_be_tried_again()) {
             drop();
         }
     }
     return sent;
 }
 
-/// Receives once into the empty read-ahead. The socket's own time-out bounds one wait; the deadline bounds
-/// the call, for a peer that sends a byte at a time.
-bool TTCPSession::refill(long long deadline)
+/// Receives once into the empty read-ahead.
+bool TTCPSession::refill(step& now)
 {
-    while (!ended_ && now_ms() <= deadline) {
-        const ssize_t count = recv(socket_handle, ahead_, read_ahead_size, 0);
+    while (!ended_) {
+        const int flags = next_flags(POLLIN, now);
+        const ssize_t count = flags < 0 ? 0 : recv(socket_handle, ahead_, read_ahead_size, flags);
         if (count > 0) {
             first_ = 0;
             last_ = static_cast<std::size_t>(count);
             return true;
         }
-        if (count == 0 || errno != EINTR) {
-            break;
-        }
+        ended_ = count == 0 || !to_be_tried_again();
     }
-    ended_ = true;
     return false;
 }
 
 int TTCPSession::ReadLine(unsigned char* buffer, int max)
 {
     const auto room = static_cast<std::size_t>(std::max(max, 0));
-    const long long deadline = deadline_after(timeout_);
+    step now{deadline_after(timeout_)};
     std::size_t length = 0;
-    while (length < room && (first_ < last_ || refill(deadline))) {
+    while (length < room && (first_ < last_ || refill(now))) {
         const unsigned char* begin = ahead_ + first_;
         const std::size_t part = std::min(room - length, last_ - first_);
         const auto* line_feed = static_cast<const unsigned char*>(std::memchr(begin, '\n', part));
@@ -168,9 +196,9 @@ int TTCPSession::ReadLine(unsigned char* buffer, int max)
 int TTCPSession::RecvPacket(unsigned char* buffer, int length, bool)
 {
     const auto wanted = static_cast<std::size_t>(std::max(length, 0));
-    const long long deadline = deadline_after(timeout_);
+    step now{deadline_after(timeout_)};
     std::size_t received = 0;
-    while (received < wanted && (first_ < last_ || refill(deadline))) {
+    while (received < wanted && (first_ < last_ || refill(now))) {
         const std::size_t taken = std::min(wanted - received, last_ - first_);
         std::memcpy(buffer + received, ahead_ + first_, taken);
         first_ += taken;

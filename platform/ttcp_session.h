@@ -41,11 +41,19 @@ public:
     int socket_handle = -1;
 
 private:
+    /// One call of those above.
+    struct step {
+        long long deadline;
+        bool first = true; ///< nothing was sent or received yet
+    };
+
     bool connect_to(const char* host, int port);
-    bool refill(long long deadline);
+    int next_flags(short events, step& now) const;
+    bool refill(step& now);
     void drop();
 
     int timeout_;
+    bool limited_ = false; ///< the socket's own waits end with the time-out
     bool ended_ = false;
     unsigned char* ahead_; ///< bytes received and not yet asked for: [first_, last_)
     std::size_t first_ = 0;

@@ -29,7 +29,7 @@ public:
     /// Stores one record.
     int add_face_metadata(face_recognition_metadata_information& record);
 
-    /// Has the store reduce its face results to the newest `threshold`.
+    /// Has the store check whether it holds more face results than `threshold`; what it removes is its business.
     int check_remove_face_metadata(long threshold);
 
     /// Asks for faces as get_human_metadata asks for people. Absent filters: a null `gender`, empty lists, a
@@ -71,7 +71,7 @@ public:
 
     /// Asks for the sums of each `interval` milliseconds from `start` to `end`, of one channel or, null, of
     /// all; appends the dense series to `rows`. `reserved` has no effect. Returns the reply's "ret", without
-    /// one the transport's result, or -1 without a reply body.
+    /// one the transport's result, or -1 without a reply body; result_null_request without a `query_type`.
     int get_people_counting_metadata(char* query_type, char* channel_sid, unsigned long long interval,
                                      unsigned long long start, unsigned long long end,
                                      std::vector<people_counting_metadata_information>& rows, char* reserved);

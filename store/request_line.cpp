@@ -17,12 +17,24 @@ bool is_control(char c)
 
 } // namespace
 
-request_line::request_line(std::string_view method, std::string_view path)
+request_line::request_line(std::string_view method, std::string_view path, std::size_t area_size)
+    : max_length_(area_size - 1)
 {
     text_.append(method);
     text_.append(" ");
     text_.append(path);
     text_.append("?");
+}
+
+void request_line::refuse(const char* reason)
+{
+    refusal_ = refusal_ ? refusal_ : reason;
+}
+
+const char* request_line::refusal() const
+{
+    const bool too_long = text_.overflowed() || text_.view().size() > max_length_;
+    return !refusal_ && too_long ? "it is too long" : refusal_;
 }
 
 void request_line::begin(std::string_view name)
@@ -38,14 +50,21 @@ void request_line::begin(std::string_view name)
 /// Appends a value as it stands. With a line break in it the store would see two requests.
 void request_line::raw(std::string_view value)
 {
-    refused_ = refused_ || std::any_of(value.begin(), value.end(), is_control);
+    if (std::any_of(value.begin(), value.end(), is_control)) {
+        refuse("a value holds a control character");
+    }
     text_.append(value);
 }
 
 void request_line::encoded(const std::string& value)
 {
+    if (refusal()) {
+        return; // the rest of a list that nobody will get
+    }
     const std::string text = url_encode(value);
-    refused_ = refused_ || text.empty() != value.empty(); // no memory: a filter left out would find too much
+    if (text.empty() && !value.empty()) { // a filter left out would find too much
+        refuse("a value cannot be percent-encoded");
+    }
     text_.append(text);
 }
 
@@ -78,7 +97,7 @@ void request_line::area(const std::vector<Tposition_xy>& polygon)
         return;
     }
     if (polygon.size() < std::size(x_names)) {
-        refused_ = true; // the store needs all four corners
+        refuse("an area needs four corners");
         return;
     }
     for (std::size_t i = 0; i < std::size(x_names); ++i) {

@@ -10,12 +10,12 @@
 
 namespace korvane {
 
-/// "GET path?piece&piece...", at most 8191 characters, without encoding where a call does not say so. Whether
-/// the line may be sent is asked once, at the end: it may not when it grew too long, when a polygon has one
-/// to three corners, or when a value would smuggle a control character into the request.
+/// "GET path?piece&piece...", one character shorter than its area, without encoding where a call does not say
+/// so. Whether the line may be sent is asked at the end: it may not when it grew too long, when a polygon has
+/// one to three corners, or when a value would smuggle a control character into the request.
 class request_line {
 public:
-    request_line(std::string_view method, std::string_view path);
+    request_line(std::string_view method, std::string_view path, std::size_t area_size = work_area::size);
 
     /// name=value
     void text(std::string_view name, std::string_view value);
@@ -57,7 +57,8 @@ public:
     /// sort_dir=..&skip=..&limit=..; a direction of 0 goes out as -1.
     void paging(int sort_dir, int skip, int limit);
 
-    bool sendable() const { return !refused_ && !text_.overflowed(); }
+    /// Why the line may not be sent; null when it may.
+    const char* refusal() const;
     char* c_str() { return text_.c_str(); }
 
 private:
@@ -70,13 +71,15 @@ private:
     template <class Values, class AppendItem>
     void list(std::string_view name, const list_shape& shape, const Values& values, AppendItem append_item);
 
+    void refuse(const char* reason);
     void begin(std::string_view name);
     void raw(std::string_view value);
     void encoded(const std::string& value);
 
     work_area text_;
+    std::size_t max_length_;
     bool first_ = true;
-    bool refused_ = false;
+    const char* refusal_ = nullptr;
 };
 
 } // namespace korvane

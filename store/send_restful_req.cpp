@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -43,25 +43,18 @@ unsigned char* as_bytes(std::string& text)
     return reinterpret_cast<unsigned char*>(text.data());
 }
 
-std::string make_request(const char* request_head, int port, const std::string& body)
+std::string make_request(std::string_view request_head, int port, std::size_t body_size)
 {
-    char headers[1024];
-    int length = 0;
-    if (body.empty()) {
-        length = std::snprintf(headers, sizeof headers,
-                               " HTTP/1.1\r\nHost: %s:%d\r\nUser-Agent: Zym\r\nAccept: */*\r\n\r\n", loopback,
-                               port);
-    } else {
-        length = std::snprintf(headers, sizeof headers,
-                               " HTTP/1.1\r\nHost: %s:%d\r\nUser-Agent: Zym\r\nAccept: */*\r\n"
-                               "Content-Type: text/plain\r\nContent-Length: %ld\r\n\r\n",
-                               loopback, port, static_cast<long>(body.size()));
-    }
-    const std::size_t head_length = std::strlen(request_head);
+    constexpr std::size_t headers_size = 160; // and some to spare
     std::string request;
-    request.reserve(head_length + static_cast<std::size_t>(length));
-    request.append(request_head, head_length).append(headers, static_cast<std::size_t>(length));
-    return request;
+    request.reserve(request_head.size() + headers_size);
+    request.append(request_head).append(" HTTP/1.1\r\nHost: ").append(loopback).append(":");
+    request.append(std::to_string(port)).append("\r\nUser-Agent: Zym\r\nAccept: */*\r\n");
+    if (body_size > 0) {
+        request.append("Content-Type: text/plain\r\nContent-Length: ").append(std::to_string(body_size));
+        request.append("\r\n");
+    }
+    return request.append("\r\n");
 }
 
 bool send(TTCPSession& session, std::string& bytes)
@@ -131,7 +124,7 @@ int read_body(TTCPSession& session, line_buffer& chunk, long length, std::string
 
 int exchange(int port, const char* request_head, std::string& body, std::string& reply, int timeout)
 {
-    std::string request = make_request(request_head, port, body);
+    std::string request = make_request(request_head, port, body.size());
     char host[sizeof loopback]; // the session's class is not ours: it may write to its host text
     std::memcpy(host, loopback, sizeof host);
     TTCPSession session(host, port, true, timeout, true, nullptr, -1);

@@ -5,7 +5,7 @@
 
 /// Sends `request_head` (method, blank, path and query) with the fixed headers and, when it is not empty,
 /// `body`; puts the response's body into `reply`. `timeout` goes to the session. Keeps no state; nothing is
-/// logged here.
+/// logged here but an exception of the host's session.
 ///
 ///  0  status 200; `reply` holds the body, empty when no positive Content-Length came
 /// -1  no connection    -2  sending failed    -3  no status line    -4  another status

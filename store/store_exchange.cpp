@@ -1,10 +1,9 @@
 #include "store/store_exchange.h"
 
+#include "log/korvane_log.h"
 #include "store/send_restful_req.h"
-#include "util/guarded.h"
 #include "util/json_members.h"
-
-#include <cstdio>
+#include "util/result.h"
 
 namespace korvane {
 
@@ -13,24 +12,28 @@ namespace {
 constexpr int store_port = 10158;
 constexpr int store_timeout = 300;
 
-query_reply send_line(request_line& line)
+/// The result of a request whose reply has no body.
+constexpr int no_reply_body = -1;
+
+/// The transport's result; result_bad_request, logged, for a line that may not be sent.
+int send_line(request_line& line, std::string& reply)
 {
-    query_reply reply{as_int(result_bad_request), {}};
-    if (line.sendable()) {
-        std::string no_body;
-        reply.result = send_RESTful_req(store_port, line.c_str(), no_body, reply.body, store_timeout);
+    if (const char* refusal = line.refusal()) {
+        log_debug("[korvane](%s:%d) request not sent: %s", "ai_CDataBaseComm", __LINE__, refusal);
+        return as_int(result_bad_request);
     }
-    return reply;
+    std::string no_body;
+    return send_RESTful_req(store_port, line.c_str(), no_body, reply, store_timeout);
 }
 
 } // namespace
 
 int post_to_store(const char* path, std::string& body)
 {
-    char head[512];
-    std::snprintf(head, sizeof head, "POST %s", path);
+    std::string head = "POST ";
+    head.append(path);
     std::string reply;
-    const int transport = send_RESTful_req(store_port, head, body, reply, store_timeout);
+    const int transport = send_RESTful_req(store_port, head.data(), body, reply, store_timeout);
     if (reply.empty()) {
         return no_reply_body;
     }
@@ -39,8 +42,9 @@ int post_to_store(const char* path, std::string& body)
 
 query_reply query_store(request_line& line)
 {
-    query_reply reply = send_line(line);
-    if (line.sendable() && reply.body.empty()) {
+    query_reply reply{};
+    reply.result = send_line(line, reply.body);
+    if (reply.body.empty() && line.refusal() == nullptr) {
         reply.result = no_reply_body;
     }
     return reply;
@@ -48,7 +52,8 @@ query_reply query_store(request_line& line)
 
 int tell_store(request_line& line)
 {
-    return send_line(line).result;
+    std::string ignored;
+    return send_line(line, ignored);
 }
 
 } // namespace korvane

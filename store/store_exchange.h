@@ -7,15 +7,12 @@
 
 namespace korvane {
 
-/// The result of a request whose reply has no body.
-constexpr int no_reply_body = -1;
-
 /// POSTs a body to `path` and returns the reply's "ret", without one the transport's result, and
-/// no_reply_body when the reply has no body.
+/// -1 when the reply has no body.
 int post_to_store(const char* path, std::string& body);
 
-/// A query's reply as it came and the transport's result, or result_bad_request when the line may not be
-/// sent.
+/// A query's reply as it came and the transport's result; -1 for a reply without a body, result_bad_request when
+/// the line may not be sent, which is logged.
 struct query_reply {
     int result;
     std::string body;

@@ -6,8 +6,8 @@
 int ai_CDataBaseComm::get_vault(char* vault_name, std::vector<vault_information>& vaults)
 {
     return korvane::guarded(__func__, [&] {
-        korvane::request_line line("GET",
-                                   "/third_party/device"); // its question mark stays without a name too
+        // Names are short, and so is the area. The question mark stays without a name too.
+        korvane::request_line line("GET", "/third_party/device", 512);
         if (vault_name) {
             line.text("vault_name", vault_name);
         }

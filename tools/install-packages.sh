@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian or Ubuntu packages that are missing, and nothing when none is. Asks for sudo only then.
 #
-#   tools/install-packages.sh GROUP...        build: to compile and run; test: what ./test.sh needs besides
+#   tools/install-packages.sh GROUP...        build: to compile and run; test: what ./test.sh needs besides;
+#                                             bench: what ./bench.sh can do without, but then counts less
 #   tools/install-packages.sh --list GROUP... only prints what is missing
 set -euo pipefail
 
@@ -9,6 +10,7 @@ set -euo pipefail
 build=(g++ cmake ninja-build 'pkg-config|pkgconf' libjson-c-dev 'libcurl4-openssl-dev|libcurl4-gnutls-dev' libcli11-dev
     libevent-dev libsqlite3-dev libgeos-dev bubblewrap python3)
 test=(clang clang-format clang-tidy libgtest-dev libgmock-dev libbenchmark-dev gcovr abigail-tools locales strace)
+bench=(valgrind)
 
 usage() {
     sed -n '2,/^set/{s/^# \{0,1\}//;/^set/!p}' "$0" >&2
@@ -77,6 +79,7 @@ for group in "$@"; do
     case $group in
     build) wanted+=("${build[@]}") ;;
     test) wanted+=("${test[@]}") ;;
+    bench) wanted+=("${bench[@]}") ;;
     *) usage ;;
     esac
 done

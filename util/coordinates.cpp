@@ -1,8 +1,8 @@
 #include "util/coordinates.h"
 
 #include "util/fixed_text.h"
-#include "util/guarded.h"
 #include "util/json_members.h"
+#include "util/result.h"
 #include "util/six_decimals.h"
 
 #include <new>

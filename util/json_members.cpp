@@ -9,9 +9,30 @@
 
 namespace korvane {
 
+namespace {
+
+/// What json-c has no memory for it drops, a member, the rest of a text, and returns as if nothing had been: errno alone
+/// tells. An allocation that succeeds in the end may set it too, so a second try decides: it finds the memory that the
+/// first one gave back.
+template <class Make>
+auto made_whole(Make make)
+{
+    constexpr int tries = 2;
+    for (int i = 0; i < tries; ++i) {
+        errno = 0;
+        auto made = make();
+        if (errno != ENOMEM) {
+            return made;
+        }
+    }
+    throw std::bad_alloc();
+}
+
+} // namespace
+
 json_owner parse_json(const char* text)
 {
-    return json_owner(json_tokener_parse(text));
+    return made_whole([text] { return json_owner(json_tokener_parse(text)); });
 }
 
 json_owner made_json(json_object* value)
@@ -45,6 +66,15 @@ void add_json_member(json_object* object, const char* key, json_owner value)
     static_cast<void>(value.release());
 }
 
+void add_new_json_member(json_object* object, const char* lasting_key, json_owner value)
+{
+    constexpr unsigned new_and_lasting = JSON_C_OBJECT_ADD_KEY_IS_NEW | JSON_C_OBJECT_KEY_IS_CONSTANT;
+    if (json_object_object_add_ex(object, lasting_key, value.get(), new_and_lasting) != 0) {
+        throw std::bad_alloc();
+    }
+    static_cast<void>(value.release());
+}
+
 void add_json_element(json_object* array, json_owner value)
 {
     if (json_object_array_add(array, value.get()) != 0) {
@@ -68,17 +98,40 @@ json_object* json_array_member(json_object* object, const char* key)
     return json_object_is_type(value, json_type_array) ? value : nullptr;
 }
 
+bool is_json_scalar(json_object* value)
+{
+    return value != nullptr && !json_object_is_type(value, json_type_object) &&
+           !json_object_is_type(value, json_type_array);
+}
+
 std::string_view json_text(json_object* value)
 {
     if (value == nullptr) {
         return {};
     }
-    const char* text = json_object_get_string(value);
+    if (json_object_is_type(value, json_type_string)) {
+        return json_object_get_string(value);
+    }
+    const char* text = made_whole([value] { return json_object_get_string(value); });
     if (text == nullptr) {
         throw std::bad_alloc();
     }
     return text;
 }
+
+namespace {
+
+/// For the exported getters, which have no result to tell by that there is no memory: a member without a text is left out.
+const char* text_or_null(json_object* value)
+{
+    try {
+        return value ? json_text(value).data() : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+} // namespace
 
 char* copy_json_text(json_object* value)
 {
@@ -94,7 +147,13 @@ char* copy_json_text(json_object* value)
 
 long long json_text_number(json_object* value)
 {
-    return value ? std::strtoll(json_text(value).data(), nullptr, 10) : 0;
+    if (value == nullptr) {
+        return 0;
+    }
+    if (json_object_is_type(value, json_type_int)) {
+        return json_object_get_int64(value); // what its text would say, without printing it
+    }
+    return std::strtoll(json_text(value).data(), nullptr, 10);
 }
 
 double json_number(json_object* value)
@@ -133,8 +192,7 @@ void get_json_int(json_object* object, const char* key, int* out)
 
 void get_json_string(json_object* object, const char* key, char* out)
 {
-    json_object* value = korvane::json_member(object, key);
-    const char* text = value ? json_object_get_string(value) : nullptr;
+    const char* text = korvane::text_or_null(korvane::json_member(object, key));
     if (text && out) {
         std::memcpy(out, text, std::strlen(text) + 1);
     }
@@ -150,8 +208,7 @@ void get_json_double(json_object* object, const char* key, double* out)
 
 void get_json_timestamp(json_object* object, long long* out)
 {
-    json_object* value = korvane::json_member(object, "timestamp");
-    const char* text = value ? json_object_get_string(value) : nullptr;
+    const char* text = korvane::text_or_null(korvane::json_member(object, "timestamp"));
     if (text && out) {
         *out = std::strtoll(text, nullptr, 10);
     }

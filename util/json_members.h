@@ -37,6 +37,10 @@ json_owner make_json_number(int value);
 void add_json_member(json_object* object, const char* key, json_owner value);
 void add_json_element(json_object* array, json_owner value);
 
+/// Adds a member under a key that the object does not have yet and that outlives it: the key is neither looked
+/// for nor copied.
+void add_new_json_member(json_object* object, const char* lasting_key, json_owner value);
+
 /// A value that json-c just made; throws std::bad_alloc where it had no memory for it.
 json_owner made_json(json_object* value);
 
@@ -45,6 +49,9 @@ json_object* json_member(json_object* object, const char* key);
 
 /// The same, null also when the value is not an array.
 json_object* json_array_member(json_object* object, const char* key);
+
+/// True for a text, a number or a boolean: what json-c can convert into each other.
+bool is_json_scalar(json_object* value);
 
 /// A value's text as json-c gives it, valid as long as the value; empty for null.
 std::string_view json_text(json_object* value);

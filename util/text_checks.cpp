@@ -65,6 +65,7 @@ bool find_value(std::string text, char (&value)[15])
 int quote_timestamp(char* text)
 {
     constexpr std::string_view member = "\"timestamp\"";
+    constexpr std::size_t room = 2; // that the caller gives: two quotes
     const std::string original = text;
     const std::size_t member_at = original.find(member);
     char value[15];
@@ -77,6 +78,9 @@ int quote_timestamp(char* text)
     }
     std::string quoted = original.substr(0, member_at);
     quoted.append(member).append(":\"").append(value).append("\"").append(original, comma);
+    if (quoted.size() > original.size() + room) {
+        return as_int(korvane::result_bad_request); // the value is another member's than the one rewritten
+    }
     std::memcpy(text, quoted.c_str(), quoted.size() + 1);
     return 0;
 }

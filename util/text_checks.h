@@ -11,5 +11,6 @@ int removeBlank(char* text);
 
 /// Rewrites, in place, a JSON text whose "timestamp" is a bare number so that it becomes a quoted one; `text`
 /// needs room for two more characters. The member must be followed by another. 0, or result_bad_request when
-/// there is no such member. A value over 14 characters ends the process.
+/// there is no such member, or when more room would be needed: the name stands in the text as something else
+/// first. A value over 14 characters ends the process.
 int trans_time_to_string(char* text);

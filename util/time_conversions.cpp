@@ -4,6 +4,7 @@
 
 #include <sys/time.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -21,54 +22,28 @@ void format_local(std::time_t seconds, const char* format, char (&out)[date_size
     }
 }
 
-} // namespace
-
-void write_date(long long ms, char (&out)[date_size])
+/// The place of a local day in the order of days.
+long day_number(const std::tm& parts)
 {
-    format_local(ms / 1000, "%Y-%m-%d %X", out);
-}
-
-void write_day(long long ms, char (&out)[date_size])
-{
-    format_local(static_cast<std::time_t>(static_cast<unsigned long long>(ms) / 1000), "%Y-%m-%d", out);
-}
-
-unsigned long long wall_clock_ms()
-{
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    return static_cast<unsigned long long>(now.tv_sec) * 1000 +
-           static_cast<unsigned long long>(now.tv_usec) / 1000;
-}
-
-namespace {
-
-long second_of_day(const std::tm& parts)
-{
-    return parts.tm_hour * 3600L + parts.tm_min * 60L + parts.tm_sec;
-}
-
-bool same_day(const std::tm& a, const std::tm& b)
-{
-    return a.tm_yday == b.tm_yday && a.tm_year == b.tm_year;
+    constexpr long longest_year = 366;
+    return parts.tm_year * longest_year + parts.tm_yday;
 }
 
 /// The first second of the local day that holds `seconds`. Without mktime: of a midnight that comes twice, as
 /// where the clocks go back from 01:00, it gives the one or the other, depending on what it was asked before.
 std::time_t start_of_day(std::time_t seconds)
 {
-    const std::tm day = local_time(seconds);
-    std::time_t start = seconds - second_of_day(day);
-    const std::tm reached = local_time(start);
-    if (!same_day(reached, day)) { // too early: the clocks have skipped something since midnight
-        constexpr long day_s = 86'400;
-        start += day_s - second_of_day(reached);
+    constexpr long longest_day = 30 * 3600L; // and more than any clock change adds
+    const long day = day_number(local_time(seconds));
+    std::time_t before = seconds - longest_day;
+    std::time_t start = seconds;
+    while (start - before > 1) {
+        const std::time_t middle = before + (start - before) / 2;
+        (day_number(local_time(middle)) < day ? before : start) = middle;
     }
-    // Too late: they have gone back.
-    for (std::tm before = local_time(start - 1); same_day(before, day); before = local_time(start - 1)) {
-        start -= 1 + second_of_day(before);
-    }
-    return start;
+    // Where the clocks go back from just behind midnight, the day begins, is left again, and begins anew.
+    const long gone_back = local_time(before - 4 * 3600L).tm_gmtoff - local_time(start).tm_gmtoff;
+    return gone_back > 0 && day_number(local_time(start - gone_back)) == day ? start - gone_back : start;
 }
 
 /// The start of the local hour. It keeps the daylight saving of `seconds`, so that the hour that comes twice
@@ -82,6 +57,35 @@ std::time_t start_of_hour(std::time_t seconds)
 }
 
 } // namespace
+
+void write_date(long long ms, char (&out)[date_size])
+{
+    format_local(ms / 1000, "%Y-%m-%d %X", out);
+}
+
+void write_day(long long ms, char (&out)[date_size])
+{
+    format_local(static_cast<std::time_t>(static_cast<unsigned long long>(ms) / 1000), "%Y-%m-%d", out);
+}
+
+long long start_of_day_ms(long long ms)
+{
+    tzset();
+    const std::time_t start = start_of_day(ms / 1000);
+    long long start_ms = 0;
+    if (__builtin_mul_overflow(static_cast<long long>(start), 1000LL, &start_ms)) {
+        return start < 0 ? LLONG_MIN : LLONG_MAX;
+    }
+    return start_ms;
+}
+
+unsigned long long wall_clock_ms()
+{
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return static_cast<unsigned long long>(now.tv_sec) * 1000 +
+           static_cast<unsigned long long>(now.tv_usec) / 1000;
+}
 
 } // namespace korvane
 

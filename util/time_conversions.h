@@ -24,6 +24,9 @@ void write_date(long long ms, char (&out)[date_size]);
 /// wire.
 void write_day(long long ms, char (&out)[date_size]);
 
+/// The start of the local day of `ms`, at the ends of the 64-bit range that range's end. Asks for the zone.
+long long start_of_day_ms(long long ms);
+
 /// Milliseconds since the epoch, by the wall clock.
 unsigned long long wall_clock_ms();
 

@@ -11,7 +11,8 @@
 namespace korvane {
 
 /// A text of at most 8191 characters. Appending cannot fail: what does not fit is left out whole and
-/// remembered, and the one who puts the text together asks overflowed() once, at the end.
+/// remembered. Who puts a text together asks overflowed() once, at the end, or room() before a piece that may
+/// be left out.
 class work_area {
 public:
     static constexpr std::size_t size = 8192; ///< the terminator included

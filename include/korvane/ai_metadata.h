@@ -3,7 +3,8 @@
 //  1. Request texts are NUL-terminated JSON in UTF-8, owned by the caller and never changed; `void*` is the interface's
 //     own type for them. A null pointer gives result_null_request and touches nothing.
 //  2. The result is 0 or a code; compare it as unsigned with result_code. An insert or a query may also return what the
-//     metadata store answered ("ret"), -1 when no reply body came, or -5 when it ended early. delete_people_counting
+//     metadata store answered ("ret"), -1 when it could not be reached or sent no reply body with status 200, or -5
+//     when the body ended early. delete_people_counting
 //     alone returns each of the transport's -1 to -5.
 //  3. Every failure but a null pointer is told in the debug log under /Vdbglog/.zymux_log: one line by the function that
 //     found it, saying what was missing or wrong, and mostly one more by the entry point, saying the code.
@@ -20,8 +21,9 @@
 /// {"timestamp": ms, "channel_sid": ..., "results": [{"function_name": ...}, ...]}.
 ///
 /// Each detected object is stored by its own request, in order. The first failure ends the walk and is the
-/// result; what was stored before it stays stored. A result array with several elements of one kind stores
-/// each of them once per element of that kind.
+/// result; what was stored before it stays stored. For each element of the array its kind's handler walks the
+/// whole array: several elements of one kind are each stored once per element of that kind, and elements of
+/// kinds whose members differ do not go together in one report.
 int insert_ai_metadata(void* json_text);
 
 /// Answers a query: {"metadata": {"function_name": ..., filters}}.
@@ -78,7 +80,7 @@ inline constexpr result_meaning result_meanings[] = {
     {0xC4080005, "no_vault",           "the metadata store has no vault named \"IVA\""},
     {0xC4080007, "unknown_query_type", "the people-counting query type is not \"15-min\", \"hour\" or \"day\""},
     {0xC4080010, "no_group",           "no stored face result matches: there is no person to list"},
-    {0xFFFFFFFF, "no_reply",           "the metadata store on 127.0.0.1:10158 could not be reached or sent no reply body (-1)"},
+    {0xFFFFFFFF, "no_reply",           "the metadata store on 127.0.0.1:10158 could not be reached or sent no reply body with status 200 (-1)"},
     {0xFFFFFFFE, "send_failed",        "the request could not be sent to the metadata store (-2)"},
     {0xFFFFFFFD, "no_status_line",     "the metadata store closed the connection without a status line (-3)"},
     {0xFFFFFFFC, "bad_status",         "the metadata store answered with an HTTP status other than 200 (-4)"},

@@ -1,118 +1,27 @@
 #include "codec/human.h"
 
+#include "tests/codec/record_fields.h"
 #include "tests/support/debug_log.h"
 #include "tests/support/decimal_comma.h"
 #include "tests/support/sandbox_test.h"
 
-#include <json-c/json.h>
-
 #include <array>
 #include <climits>
-#include <cstring>
 #include <functional>
-#include <memory>
 #include <new>
 
 namespace korvane::test {
 
 namespace {
 
-using record = human_detection_metadata_information;
+using codec = codec_under_test<human_detection_metadata_information, trans_human_metadata_info_to_string,
+                               trans_string_to_human_metadata_info>;
+using record = codec::record;
+using reading = codec::reading;
 using log_texts = std::vector<std::string>;
-
-Tposition_xy vertex(const std::string& x, const std::string& y)
-{
-    Tposition_xy made;
-    std::memcpy(made.x, x.data(), std::min(x.size(), sizeof made.x));
-    std::memcpy(made.y, y.data(), std::min(y.size(), sizeof made.y));
-    return made;
-}
-
-template <std::size_t size>
-void set(char (&field)[size], const std::string& text)
-{
-    ASSERT_LT(text.size(), size);
-    std::memcpy(field, text.c_str(), text.size() + 1);
-}
-
-/// The whole array, its last byte too: no terminator is left.
-template <std::size_t size>
-void fill(char (&field)[size], char letter)
-{
-    std::memset(field, letter, size);
-}
-
-std::string times(std::size_t count, const std::string& text)
-{
-    std::string all;
-    for (std::size_t i = 0; i < count; ++i) {
-        all += text;
-    }
-    return all;
-}
-
-std::string written(const record& wanted)
-{
-    std::string text = "what stood here before";
-    EXPECT_EQ(trans_human_metadata_info_to_string(wanted, text), 0);
-    return text;
-}
-
-/// The text of a record in which only `change` has set something.
-std::string written_with(const std::function<void(record&)>& change)
-{
-    record changed;
-    change(changed);
-    return written(changed);
-}
-
-bool is_json(const std::string& text)
-{
-    const std::unique_ptr<json_object, int (*)(json_object*)> tree(json_tokener_parse(text.c_str()),
-                                                                   json_object_put);
-    return json_object_is_type(tree.get(), json_type_object);
-}
-
-struct reading {
-    int ret = 11;
-    long long total = 22;
-    int over = 33;
-    std::vector<record> records;
-};
-
-reading read(const std::string& reply, reading before = {})
-{
-    EXPECT_EQ(
-        trans_string_to_human_metadata_info(reply, before.records, before.ret, before.total, before.over), 0)
-        << reply;
-    return before;
-}
-
-/// The one record of a reply whose only element is `element`.
-record read_one(const std::string& element)
-{
-    const reading seen = read(R"({"ret":0,"totalCounts":1,"datas":[)" + element + "]}");
-    EXPECT_EQ(seen.records.size(), 1U) << element;
-    return seen.records.empty() ? record() : seen.records.front();
-}
-
-std::string vertices_of(const record& read)
-{
-    std::string text;
-    for (const Tposition_xy& corner : read.positions) {
-        text += std::string("(") + corner.x + " " + corner.y + ")";
-    }
-    return text;
-}
 
 class human_text : public sandbox_test {};
 class human_reply : public sandbox_test {};
-
-template <std::size_t size>
-bool all_zero(const char (&field)[size])
-{
-    return std::all_of(std::begin(field), std::end(field), [](char byte) { return byte == 0; });
-}
 
 TEST(human_record, is_cleared_when_made)
 {
@@ -137,11 +46,11 @@ TEST(human_record, copies_own_their_vertices)
     std::vector<record> list(3, first);
     first.positions[0].x[0] = '9';
     first.positions.clear();
-    EXPECT_EQ(vertices_of(copy), "(0.1 0.2)");
-    EXPECT_EQ(vertices_of(list[2]), "(0.1 0.2)");
+    EXPECT_EQ(vertices_of(copy.positions), "(0.1 0.2)");
+    EXPECT_EQ(vertices_of(list[2].positions), "(0.1 0.2)");
     copy = list[0];
     list[0].positions[0].y[0] = '7';
-    EXPECT_EQ(vertices_of(copy), "(0.1 0.2)");
+    EXPECT_EQ(vertices_of(copy.positions), "(0.1 0.2)");
 }
 
 TEST_F(human_text, has_each_member_only_when_it_is_set)
@@ -194,7 +103,7 @@ TEST_F(human_text, has_each_member_only_when_it_is_set)
         {[](record& r) { set(r.description, "\xc3\xbc\xff"); }, "{\"description\":\"\xc3\xbc\xff\"}"},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(written_with(c.change), c.text);
+        EXPECT_EQ(codec::written_with(c.change), c.text);
     }
     EXPECT_EQ(debug_log_texts(), log_texts());
 }
@@ -216,7 +125,7 @@ TEST_F(human_text, has_its_members_in_the_order_of_the_wire)
         set(r.app_id, "a");
     };
     EXPECT_EQ(
-        written_with(all),
+        codec::written_with(all),
         R"({"app_id":"a","app_name":"n","model":"m","brand":"b","func_name":"f","timestamp":"5","version":"v",)"
         R"("task_name":"t","description":"d","channel_sid":"c","stream_id":3,"loc":[[0.1,0.2]]})");
 }
@@ -237,7 +146,7 @@ TEST_F(human_text, reads_a_full_field_to_its_end_and_no_further)
         r.stream_id = 1;
         r.positions = {vertex(times(33, "1"), times(33, "2")), vertex("3", "4")};
     };
-    EXPECT_EQ(written_with(full),
+    EXPECT_EQ(codec::written_with(full),
               "{\"app_id\":\"" + times(128, "a") + "\",\"app_name\":\"" + times(64, "n") + "\",\"model\":\"" +
                   times(64, "m") + "\",\"brand\":\"" + times(128, "b") + "\",\"func_name\":\"" +
                   times(128, "f") + "\",\"timestamp\":\"1\",\"version\":\"" + times(128, "v") +
@@ -253,7 +162,7 @@ TEST_F(human_text, has_points_in_a_host_with_a_decimal_comma)
     r.timestamp = 1712345678901;
     r.stream_id = 1234567;
     r.positions = {vertex("0.5", "0.25")};
-    EXPECT_EQ(written(r), R"({"timestamp":"1712345678901","stream_id":1234567,"loc":[[0.5,0.25]]})");
+    EXPECT_EQ(codec::written(r), R"({"timestamp":"1712345678901","stream_id":1234567,"loc":[[0.5,0.25]]})");
 }
 
 /// What is left of a polygon of 20 characters a vertex, the first of them `longer`, in a text of 8191: of the
@@ -277,11 +186,11 @@ TEST_F(human_text, holds_a_polygon_up_to_8191_characters)
         record r;
         r.positions.assign(c.vertices, vertex("0.500000", "0.250000"));
         r.positions[0] = vertex("0.500000" + times(c.longer, "0"), "0.250000");
-        const std::string text = written(r);
+        const std::string text = codec::written(r);
         EXPECT_EQ(text, "{\"loc\":[[0.500000" + times(c.longer, "0") + ",0.250000]" +
                             times(c.kept - 1, ",[0.500000,0.250000]") + "]}");
         EXPECT_EQ(text.size(), c.length);
-        EXPECT_TRUE(is_json(text));
+        EXPECT_TRUE(is_json_object(text));
         const log_texts told{message + std::to_string(c.kept) + " of " + std::to_string(c.vertices) + behind};
         EXPECT_EQ(debug_log_texts(), c.kept < c.vertices ? told : log_texts());
     }
@@ -294,7 +203,7 @@ TEST_F(human_text, keeps_the_vertices_before_the_first_that_does_not_fit)
     r.positions.push_back(vertex(times(32, "1"), times(32, "2")));
     r.positions.push_back(
         vertex("0", "0")); // would fit, but a polygon without a corner in its middle is another one
-    EXPECT_EQ(written(r), "{\"loc\":[[0.500000,0.250000]" + times(407, ",[0.500000,0.250000]") + "]}");
+    EXPECT_EQ(codec::written(r), "{\"loc\":[[0.500000,0.250000]" + times(407, ",[0.500000,0.250000]") + "]}");
     EXPECT_EQ(debug_log_texts(),
               log_texts{"[korvane](trans_human_metadata_info_to_string:#) loc holds 408 of 410 "
                         "vertices, the others do not fit"});
@@ -307,8 +216,8 @@ TEST_F(human_text, stays_json_when_full_fields_leave_less_room_for_the_polygon)
     set(r.brand, times(127, "b"));
     set(r.description, times(127, "d"));
     r.positions.assign(1000, vertex("0.500000", "0.250000"));
-    const std::string text = written(r);
-    EXPECT_TRUE(is_json(text)) << text.substr(0, 500);
+    const std::string text = codec::written(r);
+    EXPECT_TRUE(is_json_object(text)) << text.substr(0, 500);
     EXPECT_LE(text.size(), 8191U);
     EXPECT_GT(text.size(), 8191U - 20U);
     EXPECT_EQ(debug_log_texts().size(), 1U);
@@ -345,8 +254,11 @@ TEST_F(human_reply, sets_what_it_has_and_keeps_the_rest)
         {R"({"ret":-101,"totalCounts":57,"overThreshold":1,"datas":[{}]})", -101, 22, 33, 0},
         {R"({"ret":"-101","totalCounts":57,"datas":[{}]})", -101, 22, 33, 0},
         // A store that does not count, or does not speak JSON, has no records.
-        {R"({"ret":0,"overThreshold":1,"datas":[{}]})", 0, 0, 33, 0},
-        {R"({"ret":0,"totalCounts":null,"overThreshold":1,"datas":[{}]})", 0, 0, 33, 0},
+        {R"({"ret":0,"overThreshold":1,"datas":[{}]})", 0, 0, 1, 0},
+        {R"({"ret":0,"totalCounts":{},"overThreshold":1,"datas":[{}]})", 0, 0, 1, 0},
+        {R"({"ret":0,"totalCounts":[57],"overThreshold":0,"datas":[{}]})", 0, 0, 0, 0},
+        {R"({"ret":0,"totalCounts":true,"datas":[{}]})", 0, 0, 33, 1},
+        {R"({"ret":0,"totalCounts":null,"overThreshold":1,"datas":[{}]})", 0, 0, 1, 0},
         {"{}", 11, 0, 33, 0},
         {"[]", 11, 0, 33, 0},
         {"null", 11, 0, 33, 0},
@@ -358,7 +270,7 @@ TEST_F(human_reply, sets_what_it_has_and_keeps_the_rest)
         {R"({"ret":5 "totalCounts":57})", 11, 0, 33, 0},
     };
     for (const auto& c : cases) {
-        const reading seen = read(c.reply);
+        const reading seen = codec::read(c.reply);
         EXPECT_EQ(seen.ret, c.ret) << c.reply;
         EXPECT_EQ(seen.total, c.total) << c.reply;
         EXPECT_EQ(seen.over, c.over) << c.reply;
@@ -371,7 +283,7 @@ TEST_F(human_reply, without_a_ret_has_nothing_when_the_caller_says_so)
 {
     reading before;
     before.ret = -101;
-    const reading seen = read(R"({"totalCounts":57,"overThreshold":1,"datas":[{}]})", before);
+    const reading seen = codec::read(R"({"totalCounts":57,"overThreshold":1,"datas":[{}]})", before);
     EXPECT_EQ(seen.ret, -101);
     EXPECT_EQ(seen.total, 22);
     EXPECT_EQ(seen.over, 33);
@@ -382,7 +294,7 @@ TEST_F(human_reply, with_a_ret_does_not_ask_what_the_caller_had)
 {
     reading before;
     before.ret = -101;
-    EXPECT_EQ(read(R"({"ret":0,"totalCounts":57,"datas":[{}]})", before).records.size(), 1U);
+    EXPECT_EQ(codec::read(R"({"ret":0,"totalCounts":57,"datas":[{}]})", before).records.size(), 1U);
 }
 
 TEST_F(human_reply, is_appended_to_the_records_that_are_there)
@@ -392,10 +304,10 @@ TEST_F(human_reply, is_appended_to_the_records_that_are_there)
     set(before.records[0].app_id, "kept");
     before.records[1].positions = {vertex("0.1", "0.2")};
     const reading seen =
-        read(R"({"ret":0,"totalCounts":2,"datas":[{"app_id":"first"},{"app_id":"second"}]})", before);
+        codec::read(R"({"ret":0,"totalCounts":2,"datas":[{"app_id":"first"},{"app_id":"second"}]})", before);
     ASSERT_EQ(seen.records.size(), 4U);
     EXPECT_STREQ(seen.records[0].app_id, "kept");
-    EXPECT_EQ(vertices_of(seen.records[1]), "(0.1 0.2)");
+    EXPECT_EQ(vertices_of(seen.records[1].positions), "(0.1 0.2)");
     EXPECT_STREQ(seen.records[2].app_id, "first");
     EXPECT_STREQ(seen.records[3].app_id, "second");
     EXPECT_TRUE(seen.records[3].positions.empty());
@@ -404,7 +316,7 @@ TEST_F(human_reply, is_appended_to_the_records_that_are_there)
 TEST_F(human_reply, fills_every_field_but_the_kinds_name)
 {
     const record seen =
-        read_one(R"({"app_id":"a","app_name":"n","model":"m","brand":"b","func_name":"HumanDetection",
+        codec::read_one(R"({"app_id":"a","app_name":"n","model":"m","brand":"b","func_name":"HumanDetection",
         "timestamp":"1712345678901","version":"v","task_name":"t","description":"d","channel_sid":"c","stream_id":3,
         "loc":[[0.5,0.25],[1,0]]})");
     EXPECT_STREQ(seen.app_id, "a");
@@ -418,16 +330,16 @@ TEST_F(human_reply, fills_every_field_but_the_kinds_name)
     EXPECT_STREQ(seen.description, "d");
     EXPECT_STREQ(seen.channel_sid, "c");
     EXPECT_EQ(seen.stream_id, 3);
-    EXPECT_EQ(vertices_of(seen), "(0.500000 0.250000)(1.000000 0.000000)");
+    EXPECT_EQ(vertices_of(seen.positions), "(0.500000 0.250000)(1.000000 0.000000)");
 }
 
 TEST_F(human_reply, leaves_a_record_cleared_where_it_says_nothing)
 {
     for (const char* element :
          {"{}", "null", "5", "[]", R"({"app_id":null,"stream_id":null,"loc":null,"x":1})"}) {
-        record seen = read_one(element);
+        record seen = codec::read_one(element);
         EXPECT_EQ(seen.stream_id, -1) << element;
-        EXPECT_EQ(written(seen), "}") << element;
+        EXPECT_EQ(codec::written(seen), "}") << element;
     }
 }
 
@@ -454,7 +366,7 @@ TEST_F(human_reply, converts_scalars)
         {R"({"description":"\u00fc \ud83d\udeb6"})", "{\"description\":\"\xc3\xbc \xf0\x9f\x9a\xb6\"}"},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(written(read_one(c.element)), c.text) << c.element;
+        EXPECT_EQ(codec::written(codec::read_one(c.element)), c.text) << c.element;
     }
 }
 
@@ -464,10 +376,10 @@ TEST_F(human_reply, cuts_long_texts_to_their_fields)
         const auto member = [&](const char* name, std::size_t limit) {
             return '"' + std::string(name) + "\":\"" + times(limit + over, "x") + '"';
         };
-        const record seen = read_one("{" + member("app_id", 127) + "," + member("app_name", 63) + "," +
-                                     member("model", 63) + "," + member("brand", 127) + "," +
-                                     member("version", 127) + "," + member("task_name", 63) + "," +
-                                     member("description", 127) + "," + member("channel_sid", 32) + "}");
+        const record seen = codec::read_one(
+            "{" + member("app_id", 127) + "," + member("app_name", 63) + "," + member("model", 63) + "," +
+            member("brand", 127) + "," + member("version", 127) + "," + member("task_name", 63) + "," +
+            member("description", 127) + "," + member("channel_sid", 32) + "}");
         EXPECT_EQ(seen.app_id, times(127, "x")) << over;
         EXPECT_EQ(seen.app_name, times(63, "x")) << over;
         EXPECT_EQ(seen.model, times(63, "x")) << over;
@@ -501,7 +413,7 @@ TEST_F(human_reply, cuts_between_letters)
         {"xxx" + times(8, four), "xxx" + times(7, four)},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(read_one("{\"channel_sid\":\"" + c.given + "\"}").channel_sid, c.kept) << c.given;
+        EXPECT_EQ(codec::read_one("{\"channel_sid\":\"" + c.given + "\"}").channel_sid, c.kept) << c.given;
     }
 }
 
@@ -535,21 +447,22 @@ TEST_F(human_reply, reads_vertices)
         {"null", ""},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(vertices_of(read_one(std::string("{\"loc\":") + c.loc + "}")), c.vertices) << c.loc;
+        EXPECT_EQ(vertices_of(codec::read_one(std::string("{\"loc\":") + c.loc + "}").positions), c.vertices)
+            << c.loc;
     }
 }
 
 TEST_F(human_reply, reads_points_in_a_host_with_a_decimal_comma)
 {
     const decimal_comma host;
-    EXPECT_EQ(vertices_of(read_one(R"({"loc":[[0.5,"0.25"]]})")), "(0.500000 0.250000)");
+    EXPECT_EQ(vertices_of(codec::read_one(R"({"loc":[[0.5,"0.25"]]})").positions), "(0.500000 0.250000)");
 }
 
 TEST_F(human_reply, reads_hundreds_of_records_of_hundreds_of_vertices)
 {
     const std::string element = "{\"timestamp\":1,\"loc\":[" + times(199, "[0.5,0.5],") + "[0.25,0.75]]}";
-    const reading seen =
-        read("{\"ret\":0,\"totalCounts\":200,\"datas\":[" + times(199, element + ",") + element + "]}");
+    const reading seen = codec::read("{\"ret\":0,\"totalCounts\":200,\"datas\":[" +
+                                     times(199, element + ",") + element + "]}");
     ASSERT_EQ(seen.records.size(), 200U);
     ASSERT_EQ(seen.records[199].positions.size(), 200U);
     EXPECT_STREQ(seen.records[199].positions[199].y, "0.750000");
@@ -573,11 +486,11 @@ TEST_F(human_reply, gives_back_what_was_written)
     second.stream_id = 0;
     second.timestamp = -5;
 
-    const reading seen =
-        read("{\"ret\":0,\"totalCounts\":2,\"datas\":[" + written(first) + "," + written(second) + "]}");
+    const reading seen = codec::read("{\"ret\":0,\"totalCounts\":2,\"datas\":[" + codec::written(first) +
+                                     "," + codec::written(second) + "]}");
     ASSERT_EQ(seen.records.size(), 2U);
-    EXPECT_EQ(written(seen.records[0]), written(first));
-    EXPECT_EQ(written(seen.records[1]), written(second));
+    EXPECT_EQ(codec::written(seen.records[0]), codec::written(first));
+    EXPECT_EQ(codec::written(seen.records[1]), codec::written(second));
 }
 
 } // namespace

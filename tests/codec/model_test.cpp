@@ -17,46 +17,11 @@ namespace korvane::test {
 
 namespace {
 
-using record = model_importer_metadata_information;
+using codec = codec_under_test<model_importer_metadata_information, trans_model_metadata_info_to_string,
+                               trans_string_to_model_metadata_info>;
+using record = codec::record;
+using reading = codec::reading;
 using log_texts = std::vector<std::string>;
-
-std::string written(const record& wanted)
-{
-    std::string text = "what stood here before";
-    EXPECT_EQ(trans_model_metadata_info_to_string(wanted, text), 0);
-    return text;
-}
-
-/// The text of a record in which only `change` has set something.
-std::string written_with(const std::function<void(record&)>& change)
-{
-    record changed;
-    change(changed);
-    return written(changed);
-}
-
-struct reading {
-    int ret = 11;
-    long long total = 22;
-    int over = 33;
-    std::vector<record> records;
-};
-
-reading read(const std::string& reply, reading before = {})
-{
-    EXPECT_EQ(
-        trans_string_to_model_metadata_info(reply, before.records, before.ret, before.total, before.over), 0)
-        << reply;
-    return before;
-}
-
-/// The one record of a reply whose only element is `element`.
-record read_one(const std::string& element)
-{
-    const reading seen = read(R"({"ret":0,"totalCounts":1,"datas":[)" + element + "]}");
-    EXPECT_EQ(seen.records.size(), 1U) << element;
-    return seen.records.empty() ? record() : seen.records.front();
-}
 
 class model_text : public sandbox_test {};
 class model_reply : public sandbox_test {};
@@ -141,7 +106,7 @@ TEST_F(model_text, has_each_member_only_when_it_is_set)
         {[](record& r) { set(r.object_name, "\xc3\xbc\xff"); }, "{\"object_name\":\"\xc3\xbc\xff\"}"},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(written_with(c.change), c.text);
+        EXPECT_EQ(codec::written_with(c.change), c.text);
     }
     EXPECT_EQ(debug_log_texts(), log_texts());
 }
@@ -165,7 +130,7 @@ TEST_F(model_text, has_its_members_in_the_order_of_the_wire)
         set(r.app_id, "a");
     };
     EXPECT_EQ(
-        written_with(all),
+        codec::written_with(all),
         R"({"app_id":"a","app_name":"n","model":"m","brand":"b","func_name":"f","timestamp":"5","version":"v",)"
         R"("task_name":"t","description":"d","channel_sid":"c","stream_id":3,"object_name":"o",)"
         R"("confidence":50.000000,"loc":[[0.1,0.2]]})");
@@ -188,7 +153,7 @@ TEST_F(model_text, reads_a_full_field_to_its_end_and_no_further)
         fill(r.object_name, 'o');
         r.positions = {vertex(times(33, "1"), times(33, "2")), vertex("3", "4")};
     };
-    EXPECT_EQ(written_with(full),
+    EXPECT_EQ(codec::written_with(full),
               "{\"app_id\":\"" + times(128, "a") + "\",\"app_name\":\"" + times(64, "n") + "\",\"model\":\"" +
                   times(64, "m") + "\",\"brand\":\"" + times(128, "b") + "\",\"func_name\":\"" +
                   times(128, "f") + "\",\"timestamp\":\"1\",\"version\":\"" + times(128, "v") +
@@ -203,13 +168,13 @@ TEST_F(model_text, has_points_in_a_host_with_a_decimal_comma)
     record r;
     r.confidence = 87.5;
     r.positions = {vertex("0.5", "0.25")};
-    EXPECT_EQ(written(r), R"({"confidence":87.500000,"loc":[[0.5,0.25]]})");
+    EXPECT_EQ(codec::written(r), R"({"confidence":87.500000,"loc":[[0.5,0.25]]})");
 }
 
 TEST_F(model_text, holds_the_largest_and_smallest_confidence)
 {
     for (const double value : {DBL_MAX, -DBL_MAX, DBL_MIN, std::nextafter(0.0, 1.0)}) {
-        const std::string text = written_with([value](record& r) { r.confidence = value; });
+        const std::string text = codec::written_with([value](record& r) { r.confidence = value; });
         EXPECT_EQ(text, "{\"confidence\":" + std::to_string(value) + "}");
     }
 }
@@ -231,7 +196,7 @@ TEST_F(model_text, holds_a_polygon_up_to_8191_characters)
         r.confidence = 1;
         r.positions.assign(c.vertices, vertex("0.500000", "0.250000"));
         r.positions[0] = vertex("0.500000" + times(c.longer, "0"), "0.250000");
-        const std::string text = written(r);
+        const std::string text = codec::written(r);
         EXPECT_EQ(text, head + "[0.500000" + times(c.longer, "0") + ",0.250000]" +
                             times(c.kept - 1, ",[0.500000,0.250000]") + "]}");
         EXPECT_LE(text.size(), 8191U);
@@ -260,14 +225,22 @@ TEST_F(model_reply, sets_what_it_has_and_keeps_the_rest)
         {R"({"ret":7,"totalCounts":57,"datas":[{}]})", 7, 57, 33, 1},
         {R"({"ret":0,"totalCounts":"99999999999999999999","datas":[]})", 0, LLONG_MAX, 33, 0},
         {R"({"ret":0,"totalCounts":-1,"datas":[]})", 0, -1, 33, 0},
+        {R"({"ret":0,"totalCounts":2147483648,"datas":[]})", 0, 2147483648, 33, 0},
+        {R"({"ret":0,"totalCounts":"none","datas":[{}]})", 0, 0, 33, 1},
+        {R"({"ret":0,"totalCounts":57,"overThreshold":true,"datas":[]})", 0, 57, 1, 0},
+        {R"({"ret":0,"totalCounts":57,"overThreshold":"3","datas":[]})", 0, 57, 3, 0},
         {R"({"ret":0,"totalCounts":57})", 0, 57, 33, 0},
         {R"({"ret":0,"totalCounts":57,"datas":{}})", 0, 57, 33, 0},
         {R"({"ret":0,"totalCounts":57,"datas":[null,1,"x",[],{}]})", 0, 57, 33, 5},
         // The store has nothing.
         {R"({"ret":-101})", -101, 22, 33, 0},
+        {R"({"ret":"-101","totalCounts":57,"overThreshold":1,"datas":[{}]})", -101, 22, 33, 0},
         {R"({"ret":-101,"totalCounts":57,"overThreshold":1,"datas":[{}]})", -101, 22, 33, 0},
         // A store that does not count, or does not speak JSON, has no records.
-        {R"({"ret":0,"overThreshold":1,"datas":[{}]})", 0, 0, 33, 0},
+        {R"({"ret":0,"overThreshold":1,"datas":[{}]})", 0, 0, 1, 0},
+        {R"({"ret":0,"totalCounts":null,"datas":[{}]})", 0, 0, 33, 0},
+        {R"({"ret":0,"totalCounts":[],"datas":[{}]})", 0, 0, 33, 0},
+        {R"({"ret":0,"totalCounts":{},"datas":[{}]})", 0, 0, 33, 0},
         {"{}", 11, 0, 33, 0},
         {"[]", 11, 0, 33, 0},
         {"null", 11, 0, 33, 0},
@@ -276,7 +249,7 @@ TEST_F(model_reply, sets_what_it_has_and_keeps_the_rest)
         {R"({"ret":0,"totalCounts":57,"datas":[{})", 11, 0, 33, 0},
     };
     for (const auto& c : cases) {
-        const reading seen = read(c.reply);
+        const reading seen = codec::read(c.reply);
         EXPECT_EQ(seen.ret, c.ret) << c.reply;
         EXPECT_EQ(seen.total, c.total) << c.reply;
         EXPECT_EQ(seen.over, c.over) << c.reply;
@@ -289,12 +262,12 @@ TEST_F(model_reply, without_a_ret_has_nothing_when_the_caller_says_so)
 {
     reading before;
     before.ret = -101;
-    const reading seen = read(R"({"totalCounts":57,"overThreshold":1,"datas":[{}]})", before);
+    const reading seen = codec::read(R"({"totalCounts":57,"overThreshold":1,"datas":[{}]})", before);
     EXPECT_EQ(seen.ret, -101);
     EXPECT_EQ(seen.total, 22);
     EXPECT_EQ(seen.over, 33);
     EXPECT_TRUE(seen.records.empty());
-    EXPECT_EQ(read(R"({"ret":0,"totalCounts":57,"datas":[{}]})", before).records.size(), 1U);
+    EXPECT_EQ(codec::read(R"({"ret":0,"totalCounts":57,"datas":[{}]})", before).records.size(), 1U);
 }
 
 TEST_F(model_reply, is_appended_to_the_records_that_are_there)
@@ -303,8 +276,8 @@ TEST_F(model_reply, is_appended_to_the_records_that_are_there)
     before.records.resize(1);
     set(before.records[0].object_name, "kept");
     before.records[0].positions = {vertex("0.1", "0.2")};
-    const reading seen =
-        read(R"({"ret":0,"totalCounts":2,"datas":[{"object_name":"first"},{"app_id":"second"}]})", before);
+    const reading seen = codec::read(
+        R"({"ret":0,"totalCounts":2,"datas":[{"object_name":"first"},{"app_id":"second"}]})", before);
     ASSERT_EQ(seen.records.size(), 3U);
     EXPECT_STREQ(seen.records[0].object_name, "kept");
     EXPECT_EQ(vertices_of(seen.records[0].positions), "(0.1 0.2)");
@@ -316,7 +289,7 @@ TEST_F(model_reply, is_appended_to_the_records_that_are_there)
 TEST_F(model_reply, fills_every_field_but_the_kinds_name)
 {
     const record seen =
-        read_one(R"({"app_id":"a","app_name":"n","model":"m","brand":"b","func_name":"ObjectDetection",
+        codec::read_one(R"({"app_id":"a","app_name":"n","model":"m","brand":"b","func_name":"ObjectDetection",
         "timestamp":"1712345678901","version":"v","task_name":"t","description":"d","channel_sid":"c","stream_id":3,
         "object_name":"o","confidence":87.5,"loc":[[0.5,0.25],[1,0]]})");
     EXPECT_STREQ(seen.app_id, "a");
@@ -342,8 +315,8 @@ TEST_F(model_reply, leaves_a_cleared_field_for_each_member_it_lacks)
           R"({"app_id":null,"app_name":null,"model":null,"brand":null,"timestamp":null,"version":null,
               "task_name":null,"description":null,"channel_sid":null,"stream_id":null,"object_name":null,
               "confidence":null,"loc":null})"}) {
-        const record seen = read_one(element);
-        EXPECT_EQ(written(seen), "}") << element;
+        const record seen = codec::read_one(element);
+        EXPECT_EQ(codec::written(seen), "}") << element;
         EXPECT_EQ(seen.stream_id, -1) << element;
         EXPECT_EQ(seen.confidence, 0.0) << element;
     }
@@ -358,11 +331,11 @@ TEST_F(model_reply, converts_confidences_as_json_does)
         {"0.000001", 0.000001}, {"\"1e999\"", 0},
     };
     for (const auto& [text, value] : cases) {
-        EXPECT_EQ(read_one(std::string(R"({"confidence":)") + text + "}").confidence, value) << text;
+        EXPECT_EQ(codec::read_one(std::string(R"({"confidence":)") + text + "}").confidence, value) << text;
     }
     const decimal_comma host;
-    EXPECT_EQ(read_one(R"({"confidence":87.5})").confidence, 87.5);
-    EXPECT_EQ(read_one(R"({"confidence":"87.5"})").confidence, 87.5);
+    EXPECT_EQ(codec::read_one(R"({"confidence":87.5})").confidence, 87.5);
+    EXPECT_EQ(codec::read_one(R"({"confidence":"87.5"})").confidence, 87.5);
 }
 
 TEST_F(model_reply, reads_vertices_as_numbers)
@@ -386,7 +359,7 @@ TEST_F(model_reply, reads_vertices_as_numbers)
         {"[[1e40,1]]", "(10000000000000000303786028427003 1.000000)"}, // 32 characters of it
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(vertices_of(read_one(std::string(R"({"loc":)") + c.loc + "}").positions), c.vertices)
+        EXPECT_EQ(vertices_of(codec::read_one(std::string(R"({"loc":)") + c.loc + "}").positions), c.vertices)
             << c.loc;
     }
 }
@@ -410,13 +383,15 @@ TEST_F(model_reply, fills_each_field_to_its_last_byte_and_cuts_what_is_longer)
     };
     for (const auto& c : cases) {
         for (const std::size_t length : {c.longest, c.longest + 1, std::size_t{5000}}) {
-            const record seen = read_one(std::string("{\"") + c.name + "\":\"" + times(length, "z") + "\"}");
+            const record seen =
+                codec::read_one(std::string("{\"") + c.name + "\":\"" + times(length, "z") + "\"}");
             EXPECT_EQ(c.field(seen), times(c.longest, "z")) << c.name << ' ' << length;
             // Nothing but this one field.
-            EXPECT_EQ(written(seen), std::string("{\"") + c.name + "\":\"" + times(c.longest, "z") + "\"}");
+            EXPECT_EQ(codec::written(seen),
+                      std::string("{\"") + c.name + "\":\"" + times(c.longest, "z") + "\"}");
         }
         const std::string letters = times(64, "\xc3\xbc");
-        EXPECT_EQ(c.field(read_one(std::string("{\"") + c.name + "\":\"" + letters + "\"}")),
+        EXPECT_EQ(c.field(codec::read_one(std::string("{\"") + c.name + "\":\"" + letters + "\"}")),
                   letters.substr(0, c.longest / 2 * 2))
             << c.name << ": no letter is split";
     }
@@ -432,8 +407,8 @@ TEST_F(model_reply, gives_back_what_was_written)
     first.confidence = 99.9;
     first.positions = {vertex("0.500000", "0.250000"), vertex("1.000000", "0.000000")};
     set(first.channel_sid, times(32, "c"));
-    const std::string text = written(first);
-    EXPECT_EQ(written(read_one(text)), text);
+    const std::string text = codec::written(first);
+    EXPECT_EQ(codec::written(codec::read_one(text)), text);
 }
 
 } // namespace

@@ -176,7 +176,12 @@ TEST_F(people_counting_statistics, without_rows_stop_short_of_the_end)
         {0, day_ms - 1, LLONG_MAX, 1},
         {LLONG_MAX - 9, LLONG_MAX, 4, 3},
         {LLONG_MIN, LLONG_MIN + 9, 4, 3},
-        {LLONG_MIN, LLONG_MAX, LLONG_MAX, 3},
+        {LLONG_MIN, -1, LLONG_MAX, 1},
+        {LLONG_MAX - 3, LLONG_MIN + 4, 4, 2}, // across the ends of 64 bits
+        {LLONG_MAX - 3, LLONG_MIN + 5, 4, 3},
+        {LLONG_MIN, LLONG_MAX, LLONG_MAX,
+         0}, // longer than a signed number tells: its end is before its start
+        {LLONG_MIN, 0, 1, 0},
     };
     for (const auto& c : cases) {
         const series seen = read(reply_of({}), {c.start, c.end, c.interval, true});
@@ -218,6 +223,47 @@ TEST_F(people_counting_statistics, of_times_before_the_epoch_are_like_any_other)
     const question before{-5 * day_ms, -4 * day_ms - 1, 12 * hour_ms};
     EXPECT_EQ(read_sketch({row("a", -5 * day_ms + 12 * hour_ms, 1, 2)}, before), "a 0:0/0 1:1/2");
     EXPECT_EQ(debug_log_texts(), log_texts());
+}
+
+TEST_F(people_counting_statistics, across_the_ends_of_64_bits_are_like_any_other)
+{
+    const question across{LLONG_MAX - 2 * hour_ms + 1, LLONG_MIN + 2 * hour_ms - 1, hour_ms};
+    std::vector<bucket> buckets =
+        read(reply_of({row("a", LLONG_MAX - hour_ms + 1, 1, 2), row("a", LLONG_MIN + hour_ms, 3, 4)}), across)
+            .buckets;
+    ASSERT_EQ(buckets.size(), 4U);
+    const std::pair<long long, int> expected[] = {
+        {LLONG_MAX - 2 * hour_ms + 1, 0},
+        {LLONG_MAX - hour_ms + 1, 1},
+        {LLONG_MIN, 0},
+        {LLONG_MIN + hour_ms, 3},
+    };
+    for (std::size_t i = 0; i < buckets.size(); ++i) {
+        EXPECT_EQ(std::pair(buckets[i].timestamp, buckets[i].people_count_in), expected[i]) << i;
+        EXPECT_STREQ(buckets[i].channel_sid, "a") << i;
+    }
+    EXPECT_EQ(debug_log_texts(), log_texts());
+}
+
+TEST_F(people_counting_statistics, without_memory_for_all_buckets_are_refused_and_leave_what_is_there)
+{
+    constexpr unsigned long long end = 1ULL << 62;
+    std::string channel = "door";
+    for (const std::string& reply : {reply_of({}), reply_of({row("a", 0, 1, 2), row("b", 5, 3, 4)})}) {
+        clear_debug_log();
+        std::vector<bucket> buckets(2);
+        set(buckets[0].channel_sid, "kept");
+        int result = 11;
+        EXPECT_EQ(trans_string_to_people_counting_metadata_statistics(reply, channel.data(), nullptr, 1, 0,
+                                                                      end, buckets, result),
+                  static_cast<int>(0xC4080001));
+        ASSERT_EQ(buckets.size(), 2U);
+        EXPECT_STREQ(buckets[0].channel_sid, "kept");
+        EXPECT_STREQ(buckets[1].channel_sid, "");
+        EXPECT_EQ(
+            debug_log_texts(),
+            log_texts{"[korvane](trans_string_to_people_counting_metadata_statistics:#) std::bad_alloc"});
+    }
 }
 
 TEST_F(people_counting_statistics, have_cleared_records_but_for_time_channel_and_sums)

@@ -30,6 +30,18 @@ std::string line_of(const std::string& request);
 /// What stands behind the request's headers.
 std::string body_of(const std::string& request);
 
+/// The moments from its making on.
+class time_since_now {
+public:
+    time_since_now();
+
+    /// `line` with its "end_time", which must be one of these moments, written as "now".
+    std::string marked_in(const std::string& line) const;
+
+private:
+    long long begin_ms_;
+};
+
 /// The last request that a store got; empty when it got none.
 std::string last_request(scripted_store& store);
 

@@ -8,9 +8,11 @@
 
 #include <korvane/ai_metadata.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace korvane::test {
 
@@ -22,6 +24,41 @@ const std::string question = R"({"metadata":{"function_name":"HumanDetection","e
 const std::string one_row = R"({"ret":0,"totalCounts":1,"datas":[{"timestamp":1}]})";
 const std::string one_row_answer = R"({ "count": 1, "metadatalist": [ { "date": "1970-01-01 00:00:00", )"
                                    R"("timestamp": "1", "channel_sid": "" } ] })";
+
+TEST(result_codes, have_the_numbers_that_hosts_compare_with)
+{
+    const struct {
+        result_code code;
+        unsigned int number;
+        const char* name;
+    } codes[] = {
+        {result_ok, 0, "ok"},
+        {result_bad_request, 0xC4080001U, "bad_request"},
+        {result_unknown_kind, 0xC4080002U, "unknown_kind"},
+        {result_null_request, 0xC4080003U, "null_request"},
+        {result_out_of_picture, 0xC4080004U, "out_of_picture"},
+        {result_no_vault, 0xC4080005U, "no_vault"},
+        {result_unknown_query_type, 0xC4080007U, "unknown_query_type"},
+        {result_no_group, 0xC4080010U, "no_group"},
+    };
+    for (const auto& c : codes) {
+        EXPECT_EQ(c.code, c.number) << c.name;
+        const auto* named = std::find_if(std::begin(result_meanings), std::end(result_meanings),
+                                         [&](const auto& meaning) { return meaning.code == c.number; });
+        ASSERT_NE(named, std::end(result_meanings)) << c.name;
+        EXPECT_STREQ(named->name, c.name);
+    }
+    // Besides these, only what the transport and the store return.
+    const unsigned int others[] = {0xFFFFFFFFU, 0xFFFFFFFEU, 0xFFFFFFFDU,
+                                   0xFFFFFFFCU, 0xFFFFFFFBU, 0xFFFFFF9BU};
+    EXPECT_EQ(std::size(result_meanings), std::size(codes) + std::size(others));
+    for (const unsigned int other : others) {
+        EXPECT_EQ(std::count_if(std::begin(result_meanings), std::end(result_meanings),
+                                [&](const auto& meaning) { return meaning.code == other; }),
+                  1)
+            << other;
+    }
+}
 
 class entry_points : public sandbox_test {};
 

@@ -5,6 +5,7 @@
 #include "tests/support/debug_log.h"
 #include "tests/support/sandbox_test.h"
 #include "tests/support/scripted_store.h"
+#include "tests/support/time_zone.h"
 #include "tests/util/parsed_json.h"
 
 #include <korvane/ai_metadata.h>
@@ -160,7 +161,8 @@ TEST_F(face_query_handler, refuses_null_pointers)
 
 TEST_F(face_query_handler, leaves_the_answer_as_it_was_without_metadata)
 {
-    for (const char* request : {"{}", "[]", "5", R"({"metadata":null})", R"({"Metadata":{}})"}) {
+    for (const char* request : {"{}", "[]", "5", R"({"metadata":null})", R"({"Metadata":{}})",
+                                R"({"metadata":[]})", R"({"metadata":5})", R"({"metadata":"x"})"}) {
         clear_debug_log();
         const query_result result = ask(request, R"({"kept":1})");
         EXPECT_EQ(result.code, result_bad_request) << request;
@@ -209,34 +211,35 @@ TEST_F(face_query_handler, does_not_look_at_the_kinds_name)
               "skip=0&limit=10");
 }
 
-TEST_F(face_query_handler, takes_metadata_of_another_type_as_no_filters)
+TEST_F(face_query_handler, without_filters_asks_for_the_newest_ten_until_now)
 {
-    for (const char* request : {R"({"metadata":[]})", R"({"metadata":5})", R"({"metadata":"x"})"}) {
-        EXPECT_EQ(ask(request).code, result_ok) << request;
-        const std::string line = line_of(store_.requests().back());
-        EXPECT_EQ(
-            line.rfind("GET /third_party/face_recognition?partial_query=false&start_time=0&end_time=1", 0),
-            0U)
-            << line;
-    }
+    const time_since_now asked;
+    EXPECT_EQ(ask(R"({"metadata":{}})").code, result_ok);
+    EXPECT_EQ(asked.marked_in(line_of(last_request(store_))),
+              "GET /third_party/face_recognition?partial_query=false&start_time=0&end_time=now&sort_dir=-1&"
+              "skip=0&limit=10");
 }
 
-TEST_F(face_query_handler, reads_the_zone_once_for_thousands_of_rows)
+TEST_F(face_query_handler, gives_each_of_thousands_of_rows_its_server_time)
 {
     std::string rows;
     for (int i = 0; i < 3000; ++i) {
         rows += (i == 0 ? "" : ",") + (R"({"timestamp":)" + std::to_string(i * 1000)) + "}";
     }
     store_.reply_with(json_reply(R"({"ret":0,"totalCounts":3000,"datas":[)" + rows + "]}"));
+    set_time_zone("CST-8");
     const query_result result = ask(question);
     EXPECT_EQ(result.code, result_ok);
-    const auto answer = parsed(result.answer.c_str());
+    const auto answer = parsed(result.answer);
     json_object* list = nullptr;
     ASSERT_TRUE(json_object_object_get_ex(answer.get(), "metadatalist", &list));
     ASSERT_EQ(json_object_array_length(list), 3000U);
-    json_object* time = nullptr;
-    json_object_object_get_ex(json_object_array_get_idx(list, 2999), "server_time", &time);
-    EXPECT_STREQ(json_object_get_string(time), "2999000");
+    for (int i = 0; i < 3000; ++i) {
+        json_object* time = nullptr;
+        json_object_object_get_ex(json_object_array_get_idx(list, static_cast<std::size_t>(i)), "server_time",
+                                  &time);
+        ASSERT_STREQ(json_object_get_string(time), std::to_string(28'800'000 + i * 1000).c_str());
+    }
 }
 
 TEST_F(face_group_list, refuses_null_pointers)
@@ -250,6 +253,17 @@ TEST_F(face_group_list, refuses_null_pointers)
     EXPECT_EQ(answer, &untouched);
     EXPECT_EQ(store_.requests(), texts());
     EXPECT_EQ(debug_log_texts(), texts());
+}
+
+TEST_F(face_group_list, without_filters_asks_for_all_until_now)
+{
+    store_.reply_with(json_reply(R"({"ret":0,"totalItems":0,"datas":[]})"));
+    std::string text = R"({"metadata":{}})";
+    void* answer = nullptr;
+    const time_since_now asked;
+    EXPECT_EQ(query_ai_face_metadata_list_group(text.data(), &answer), code(result_no_group));
+    EXPECT_EQ(asked.marked_in(line_of(last_request(store_))),
+              "GET /third_party/face_group_list?start_time=0&end_time=now");
 }
 
 TEST_F(face_group_list, leaves_the_answer_pointer_of_a_failure_as_it_was)

@@ -2,6 +2,7 @@
 #include "store/ai_CDataBaseComm.h"
 
 #include "tests/dispatch/calls.h"
+#include "tests/dispatch/client_requests.h"
 #include "tests/support/debug_log.h"
 #include "tests/support/sandbox_test.h"
 #include "tests/support/scripted_store.h"
@@ -84,16 +85,6 @@ struct group_request : request {
             end_confidence, start_age, end_age, ages, area, registered, result_ids, records, total);
     }
 };
-
-std::vector<Tposition_xy> corners(int count)
-{
-    std::vector<Tposition_xy> made(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        made[static_cast<std::size_t>(i)].x[0] = static_cast<char>('1' + i);
-        made[static_cast<std::size_t>(i)].y[0] = static_cast<char>('a' + i);
-    }
-    return made;
-}
 
 class face_requests : public sandbox_test {
 protected:
@@ -237,39 +228,103 @@ TEST_F(face_requests, read_a_full_coordinate_to_its_end_and_no_further)
     EXPECT_EQ(pieces_of_query(asked), "x1=1&y1=a&x2=2&y2=b&x3=3&y3=c&x4=4&y4=" + std::string(33, '7') + "&");
 }
 
-/// Both requests with the same change must be refused before anything is sent.
+/// Both requests with the same change must be refused before anything is sent, and say why.
 template <class Change>
-void expect_refused(const Change& change, const char* what)
+void expect_refused(const Change& change, const char* reason)
 {
+    clear_debug_log();
     query_request query;
     change(query);
-    EXPECT_EQ(query.send(), code(result_bad_request)) << what;
-    EXPECT_TRUE(query.untouched()) << what;
+    EXPECT_EQ(query.send(), code(result_bad_request)) << reason;
+    EXPECT_TRUE(query.untouched()) << reason;
     group_request groups;
     change(groups);
-    EXPECT_EQ(groups.send(), code(result_bad_request)) << what;
-    EXPECT_TRUE(groups.untouched()) << what;
+    EXPECT_EQ(groups.send(), code(result_bad_request)) << reason;
+    EXPECT_TRUE(groups.untouched()) << reason;
+    EXPECT_EQ(debug_log_texts(), texts(2, not_sent + reason));
 }
 
 TEST_F(face_requests, are_refused_when_they_cannot_be_sent)
 {
+    const char* control_character = "a value holds a control character";
     std::string gender = "f\r\nHost: x";
-    expect_refused([&](request& r) { r.gender = gender.data(); }, "a line break in the gender");
+    expect_refused([&](request& r) { r.gender = gender.data(); }, control_character);
     for (const int count : {1, 2, 3}) {
-        expect_refused([&](request& r) { r.area = corners(count); }, "too few corners");
+        expect_refused([&](request& r) { r.area = corners(count); }, "an area needs four corners");
     }
     for (const char control : {'\n', '\r', '\t', '\x01', '\x1f', '\x7f', '\0'}) {
         const std::string value = std::string("a") + control + "b";
-        expect_refused([&](request& r) { r.channels = {"good", value}; }, "a control character in a channel");
-        expect_refused([&](request& r) { r.provider_ids = {value}; }, "a control character in a provider");
-        expect_refused([&](request& r) { r.result_ids = {value}; }, "a control character in a result");
+        expect_refused([&](request& r) { r.channels = {"good", value}; }, control_character);
+        expect_refused([&](request& r) { r.provider_ids = {value}; }, control_character);
+        expect_refused([&](request& r) { r.result_ids = {value}; }, control_character);
     }
-    expect_refused([](request& r) { r.person_names = {std::string(9000, 'n')}; }, "a long name");
-    expect_refused([](request& r) { r.person_keys = {std::string(3000, ' ')}; }, "a key long when encoded");
-    expect_refused([](request& r) { r.ages.assign(5000, 1); }, "many ages");
-    expect_refused([](request& r) { r.result_ids.assign(5000, ""); }, "many ids");
+    const char* too_long = "it is too long";
+    expect_refused([](request& r) { r.person_names = {std::string(9000, 'n')}; }, too_long);
+    expect_refused([](request& r) { r.person_keys = {std::string(3000, ' ')}; }, too_long); // encoded
+    expect_refused([](request& r) { r.ages.assign(5000, 1); }, too_long);
+    expect_refused([](request& r) { r.result_ids.assign(5000, ""); }, too_long);
+    const auto not_encodable = [](request& r) { r.person_names = {std::string(9'000'000, '/')}; };
+    expect_refused(not_encodable, "a value cannot be percent-encoded");
     EXPECT_EQ(store_.requests(), texts());
-    EXPECT_EQ(debug_log_texts(), texts()); // the caller tells
+}
+
+TEST_F(face_requests, that_cannot_be_sent_for_several_reasons_tell_the_first)
+{
+    const auto all = [](request& r) {
+        r.area = corners(2);
+        r.channels = {"\n"};
+        r.person_names = {std::string(9'000'000, '/')};
+        r.result_ids = {std::string(9000, 'r')};
+    };
+    expect_refused(all, "an area needs four corners");
+    const auto from_channels_on = [&](request& r) {
+        all(r);
+        r.area.clear();
+    };
+    expect_refused(from_channels_on, "a value holds a control character");
+    const auto from_names_on = [&](request& r) {
+        from_channels_on(r);
+        r.channels.clear();
+    };
+    expect_refused(from_names_on, "a value cannot be percent-encoded");
+}
+
+/// Sends the request with the longest value that its line has room for, and then with one letter more.
+template <class Request, class Change>
+void expect_limit(scripted_store& store, const std::string& before, const std::string& after,
+                  const Change& change)
+{
+    const std::string value(8191 - before.size() - after.size(), 'n');
+    Request fits;
+    change(fits, value);
+    EXPECT_EQ(fits.send(), 0) << before;
+    const texts sent = store.requests();
+    EXPECT_EQ(line_of(sent.back()), before + value + after);
+
+    clear_debug_log();
+    Request over;
+    change(over, value + 'n');
+    EXPECT_EQ(over.send(), code(result_bad_request)) << before;
+    EXPECT_TRUE(over.untouched()) << before;
+    EXPECT_EQ(store.requests().size(), sent.size()) << before;
+    EXPECT_EQ(debug_log_texts(), texts{not_sent + "it is too long"}) << before;
+}
+
+TEST_F(face_requests, fill_lines_of_8191_characters)
+{
+    const auto name = [](request& r, const std::string& value) { r.person_names = {value}; };
+    const auto key = [](request& r, const std::string& value) { r.person_keys = {value}; };
+    const auto result = [](request& r, const std::string& value) { r.result_ids = {value}; };
+    const std::string query = "GET /third_party/face_recognition?";
+    const std::string paging = "start_time=0&end_time=5&sort_dir=-1&skip=0&limit=10";
+    expect_limit<query_request>(store_, query + "person_name=", "%09&" + paging, name);
+    expect_limit<query_request>(store_, query + "person_key=", "%09&" + paging, key);
+    expect_limit<query_request>(store_, query + "resultId=[\"", "\"]&" + paging, result);
+    const std::string groups = "GET /third_party/face_group_list?";
+    const std::string times = "start_time=0&end_time=5";
+    expect_limit<group_request>(store_, groups + "person_name=", "&" + times, name);
+    expect_limit<group_request>(store_, groups + "person_key=[\"", "\"]&" + times, key);
+    expect_limit<group_request>(store_, groups + "resultId=[\"", "\"]&" + times, result);
 }
 
 TEST_F(face_requests, leave_the_outputs_as_they_were_without_a_reply_body)

@@ -2,6 +2,7 @@
 #include "store/ai_CDataBaseComm.h"
 
 #include "tests/dispatch/calls.h"
+#include "tests/dispatch/client_requests.h"
 #include "tests/support/debug_log.h"
 #include "tests/support/sandbox_test.h"
 #include "tests/support/scripted_store.h"
@@ -42,16 +43,6 @@ struct request {
 
     bool untouched() const { return records.size() == 1 && total == 22 && over == 33; }
 };
-
-std::vector<Tposition_xy> corners(int count)
-{
-    std::vector<Tposition_xy> made(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        made[static_cast<std::size_t>(i)].x[0] = static_cast<char>('1' + i);
-        made[static_cast<std::size_t>(i)].y[0] = static_cast<char>('a' + i);
-    }
-    return made;
-}
 
 class human_requests : public sandbox_test {
 protected:
@@ -121,7 +112,7 @@ TEST_F(human_requests, with_one_to_three_vertices_are_refused_unsent)
         EXPECT_TRUE(asked.untouched()) << count;
     }
     EXPECT_EQ(store_.requests(), texts());
-    EXPECT_EQ(debug_log_texts(), texts()); // the caller tells
+    EXPECT_EQ(debug_log_texts(), texts(3, not_sent + "an area needs four corners"));
 }
 
 TEST_F(human_requests, send_channels_of_any_length_as_they_are)
@@ -150,6 +141,7 @@ TEST_F(human_requests, are_refused_when_a_value_would_split_them)
         EXPECT_TRUE(with_corner.untouched());
     }
     EXPECT_EQ(store_.requests(), texts());
+    EXPECT_EQ(debug_log_texts(), texts(7 + 6, not_sent + "a value holds a control character"));
 }
 
 TEST_F(human_requests, are_refused_when_the_line_grows_over_8191_characters)
@@ -166,6 +158,20 @@ TEST_F(human_requests, are_refused_when_the_line_grows_over_8191_characters)
     EXPECT_EQ(asked.send(), code(result_bad_request));
     EXPECT_TRUE(asked.untouched());
     EXPECT_EQ(store_.requests().size(), 1U);
+    EXPECT_EQ(debug_log_texts(), texts{not_sent + "it is too long"});
+}
+
+TEST_F(human_requests, that_cannot_be_sent_for_several_reasons_tell_the_first)
+{
+    request asked;
+    asked.polygon = corners(1);
+    asked.channels = {"\n", std::string(9000, 'c')};
+    EXPECT_EQ(asked.send(), code(result_bad_request));
+    asked.polygon.clear();
+    EXPECT_EQ(asked.send(), code(result_bad_request));
+    EXPECT_EQ(store_.requests(), texts());
+    EXPECT_EQ(debug_log_texts(), (texts{not_sent + "an area needs four corners",
+                                        not_sent + "a value holds a control character"}));
 }
 
 TEST_F(human_requests, leave_the_outputs_as_they_were_without_a_reply_body)

@@ -12,12 +12,9 @@
 #include "tests/support/debug_log.h"
 #include "tests/support/sandbox_test.h"
 #include "tests/support/scripted_store.h"
+#include "tests/util/parsed_json.h"
 
 #include <korvane/ai_metadata.h>
-
-#include <json-c/json.h>
-
-#include <memory>
 
 namespace korvane::test {
 
@@ -63,16 +60,6 @@ constexpr kind_column kinds[] = {
 // clang-format on
 
 constexpr std::size_t kind_count = std::size(kinds);
-
-struct json_put {
-    void operator()(json_object* object) const { json_object_put(object); }
-};
-using json = std::unique_ptr<json_object, json_put>;
-
-json parsed(const std::string& text)
-{
-    return json(json_tokener_parse(text.c_str()));
-}
 
 std::string without_last_comma(std::string members)
 {
@@ -126,7 +113,7 @@ std::string keys_of(json_object* object)
 
 std::string member_text(const std::string& body, const char* key)
 {
-    const json tree = parsed(body);
+    const auto tree = parsed(body);
     json_object* value = nullptr;
     return json_object_object_get_ex(tree.get(), key, &value) ? json_object_get_string(value) : "not sent";
 }
@@ -177,20 +164,35 @@ std::string version_key(const kind_column& kind)
     return member_text(stored_body(kind, both), "version");
 }
 
-std::string result_without_objects(const kind_column& kind)
+/// "stored", or the handler's line on what it refused.
+std::string stored_or_told(const std::string& report)
 {
     scripted_store store;
-    EXPECT_EQ(insert(R"({"timestamp":"1","channel_sid":"door","results":[{"function_name":")" +
-                     std::string(kind.name) + "\"}]}"),
-              code(result_bad_request));
-    return logged().substr(0, logged().find(" |"));
+    return insert(report) == 0 ? "stored" : logged().substr(0, logged().find(" |"));
+}
+
+std::string result_without_objects(const kind_column& kind)
+{
+    return stored_or_told(R"({"timestamp":"1","channel_sid":"door","results":[{"function_name":")" +
+                          std::string(kind.name) + "\"}]}");
+}
+
+std::string inner_list_that_is_no_array(const kind_column& kind)
+{
+    return stored_or_told(R"({"timestamp":"1","channel_sid":"door","results":[{"function_name":")" +
+                          std::string(kind.name) + R"(","objects":[5]}]})");
 }
 
 std::string object_without_position(const kind_column& kind)
 {
-    scripted_store store;
-    const report_parts null_position{"", "", R"("position":null,)"};
-    return insert(report_of(kind, null_position)) == 0 ? "stored" : logged().substr(0, logged().find(" |"));
+    return stored_or_told(report_of(kind, {"", "", R"("position":null,)"}));
+}
+
+std::string object_without_counts(const kind_column& kind)
+{
+    kind_column alone = kind;
+    alone.required_object = "";
+    return stored_or_told(report_of(alone, {}));
 }
 
 std::string members_of_an_object_without_any(const kind_column& kind)
@@ -235,6 +237,11 @@ std::string confidence_missing(const kind_column& kind)
 std::string confidence_0(const kind_column& kind)
 {
     return confidence_sent(kind, R"("confidence":0,)");
+}
+
+std::string confidence_minus_1(const kind_column& kind)
+{
+    return confidence_sent(kind, R"("confidence":-1,)");
 }
 
 std::string confidence_101(const kind_column& kind)
@@ -324,6 +331,54 @@ std::string direction_as_a_word(const kind_column& kind)
     return at == std::string::npos ? "not sent" : line.substr(at, line.find('&', at) - at);
 }
 
+std::string direction_as_a_word_and_an_odd_number(const kind_column& kind)
+{
+    const std::string line = line_asked(kind, R"("dir":"ASC","sort_dir":5,)");
+    const std::size_t at = line.find("sort_dir=");
+    return at == std::string::npos ? "not sent" : line.substr(at, line.find('&', at) - at);
+}
+
+std::string channel_of_5_characters(const kind_column& kind)
+{
+    const std::string line = line_asked(kind, R"("channel_guid_list":["front"],"channel_sid":"front",)");
+    const std::size_t at = line.find("channel_sid=");
+    return at == std::string::npos ? "not sent, " + logged() : line.substr(at);
+}
+
+std::string empty_text_filters(const kind_column& kind)
+{
+    const std::string line = line_asked(kind, R"("gender":"","object_name":"","channel_sid":"",)");
+    return line.substr(0, line.find("start_time="));
+}
+
+/// Asks in a process of its own: "sent", "refused" or "ends the process".
+std::string fate_of_query(const kind_column& kind, const std::string& filters)
+{
+    scripted_store store;
+    store.reply_with(json_reply(R"({"ret":0,"totalCounts":0,"datas":[]})"));
+    kind_column alone = kind;
+    alone.required_filters = "";
+    const child_end end = run_in_child([&] { return query(query_of(alone, filters)).code == 0 ? 0 : 1; });
+    if (end.aborted()) {
+        return "ends the process";
+    }
+    return end.status == 0 && store.requests().size() == 1 ? "sent" : "refused";
+}
+
+std::string text_filter_one_over_its_limit(const kind_column& kind)
+{
+    const auto member = [](const char* key, std::size_t length) {
+        return '"' + std::string(key) + "\":\"" + std::string(length, 'x') + "\",";
+    };
+    return fate_of_query(kind, member("gender", 8) + member("object_name", 129) + member("query_type", 33) +
+                                   R"("start_time":"5",)");
+}
+
+std::string start_time_of_24_characters(const kind_column& kind)
+{
+    return fate_of_query(kind, R"("query_type":"hour","start_time":")" + std::string(23, '0') + "5\",");
+}
+
 std::string notes_of_a_successful_query(const kind_column& kind)
 {
     line_asked(kind, "");
@@ -357,16 +412,57 @@ std::string reply_that_says_there_is_nothing(const kind_column& kind)
     return answer_to(kind, R"({"ret":-101})");
 }
 
-/// The members of an answer's first row.
-std::string row_members(const kind_column& kind, const std::string& row)
+std::string members_of_an_answer_over_the_threshold(const kind_column& kind)
 {
-    const json answer = parsed(answer_to(kind, R"({"ret":0,"totalCounts":1,"datas":[)" + row + "]}"));
+    return keys_of(
+        parsed(answer_to(kind, R"({"ret":0,"totalCounts":0,"overThreshold":1,"datas":[]})")).get());
+}
+
+/// The text of an answer's first row.
+std::string row_answered(const kind_column& kind, const std::string& row)
+{
+    const auto answer = parsed(answer_to(kind, R"({"ret":0,"totalCounts":1,"datas":[)" + row + "]}"));
     json_object* list = nullptr;
     json_object_object_get_ex(answer.get(), "metadatalist", &list);
     if (!json_object_is_type(list, json_type_array) || json_object_array_length(list) == 0) {
         return "no row";
     }
-    return keys_of(json_object_array_get_idx(list, 0));
+    return json_object_to_json_string(json_object_array_get_idx(list, 0));
+}
+
+std::string row_members(const kind_column& kind, const std::string& row)
+{
+    return keys_of(parsed(row_answered(kind, row)).get());
+}
+
+std::string confidences_0_minus_1_and_minus_2_answered(const kind_column& kind)
+{
+    std::string all;
+    for (const char* confidence : {"0", "-1", "-2"}) {
+        const std::string row = row_answered(kind, R"({"confidence":)" + std::string(confidence) + "}");
+        all += (all.empty() ? "" : ", ") + member_text(row, "confidence");
+    }
+    return all;
+}
+
+/// Two rings a, b, a and c, d, c; for the kinds that know no rings one list of these six.
+std::string polygon_answered(const kind_column& kind)
+{
+    const std::string loc =
+        std::string(kind.name) == "FaceRecognition"
+            ? R"({"type":"Polygon","coordinates":[[[0,0],[0,1],[0,0]],[[1,0],[1,1],[1,0]]]})"
+            : "[[0,0],[0,1],[0,0],[1,0],[1,1],[1,0]]";
+    const std::string answered = member_text(row_answered(kind, R"({"loc":)" + loc + "}"), "position");
+    if (answered.front() != '[') {
+        return answered;
+    }
+    std::string corners;
+    const auto position = parsed(answered);
+    for (std::size_t i = 0; i < json_object_array_length(position.get()); ++i) {
+        const std::string corner = json_object_to_json_string(json_object_array_get_idx(position.get(), i));
+        corners += "(" + member_text(corner, "x") + " " + member_text(corner, "y") + ")";
+    }
+    return corners;
 }
 
 std::string members_of_an_empty_row(const kind_column& kind)
@@ -387,6 +483,18 @@ std::string members_of_a_full_row(const kind_column& kind)
               R"("resultId":"r","provider_id":"p","object_name":"car",)"
               R"("_id":{"channel_sid":"c","timestamp":0},"sum_in":3,"sum_out":1,"loc":)" +
                   polygon + "}");
+}
+
+// ---------------------------------------------------------------------------------------- newest result
+
+std::string newest_result_of_ret_minus_101(const kind_column& kind)
+{
+    scripted_store store;
+    store.reply_with(json_reply(R"({"ret":-101})"));
+    std::string request = R"({"last_metadata":{"funcName":")" + std::string(kind.name) + "\"}}";
+    char answer[128] = "untouched";
+    const int code = get_latest_metadata(request.data(), answer);
+    return code == 0 ? answer : "fails with " + std::to_string(code);
 }
 
 // --------------------------------------------------------------------------------------------------- table
@@ -421,9 +529,13 @@ constexpr difference differences[] = {
     {"result_without_objects",
      result_without_objects,
      {"get objects failed ", "get function_results failed ", "get objects failed ", "get objects failed "}},
+    {"inner_list_that_is_no_array",
+     inner_list_that_is_no_array,
+     {"Invalid json [object] value for double array ", nothing_alike, "get objects failed ", "get objects failed "}},
     {"object_without_position",
      object_without_position,
      {"stored", "stored", "get position failed ", "get position failed "}},
+    {"object_without_counts", object_without_counts, {"stored", "stored", "stored", "get people_count_in failed "}},
     {"members_of_an_object_without_any",
      members_of_an_object_without_any,
      {"func_name timestamp channel_sid",
@@ -447,6 +559,9 @@ constexpr difference differences[] = {
       "[[0.500000,0.250000],[1.000000,0.000000]]"}},
     {"confidence_missing", confidence_missing, {"not sent", "-1.000000", "not sent", "not sent"}},
     {"confidence_0", confidence_0, {"not sent", "0.000000", "not sent", "not sent"}},
+    {"confidence_minus_1",
+     confidence_minus_1,
+     {"not sent", "-1.000000", "not sent, confidence value : -1.000000 out of bounds(0~100)", "not sent"}},
     {"confidence_101",
      confidence_101,
      {"not sent", "not sent", "not sent, confidence value : 101.000000 out of bounds(0~100)", "not sent"}},
@@ -490,6 +605,26 @@ constexpr difference differences[] = {
     {"direction_as_a_word",
      direction_as_a_word,
      {"sort_dir=-1", "sort_dir=1", "sort_dir=-1", "not sent"}},
+    {"direction_as_a_word_and_an_odd_number",
+     direction_as_a_word_and_an_odd_number,
+     {"sort_dir=-1", "sort_dir=1", "sort_dir=-1", "not sent"}},
+    {"channel_of_5_characters",
+     channel_of_5_characters,
+     {"not sent, channel_sid length : 5 out of bounds(32)",
+      "not sent, query face library start  | channel_sid length : 5 out of bounds(32) | "
+      "vec_face_metadata_info.size() : 0",
+      "not sent, channel_sid length : 5 out of bounds(32)",
+      "channel_sid=front"}},
+    {"empty_text_filters",
+     empty_text_filters,
+     {"", "gender=&partial_query=false&", "object_name=&",
+      "query_type=hour&interval=3600000&timestamp=0&end_time=86399999"}},
+    {"text_filter_one_over_its_limit",
+     text_filter_one_over_its_limit,
+     {nothing_alike, "refused", "refused", "ends the process"}},
+    {"start_time_of_24_characters",
+     start_time_of_24_characters,
+     {"sent", "sent", "sent", "ends the process"}},
     {"notes_of_a_successful_query",
      notes_of_a_successful_query,
      {"", "query face library start  | vec_face_metadata_info.size() : 0", "", ""}},
@@ -507,6 +642,22 @@ constexpr difference differences[] = {
      reply_that_says_there_is_nothing,
      {R"({ "count": 0, "metadatalist": [ ] })", "fails with -101", R"({ "count": 0, "metadatalist": [ ] })",
       "fails with -101"}},
+    {"members_of_an_answer_over_the_threshold",
+     members_of_an_answer_over_the_threshold,
+     {"over count metadatalist", "over count metadatalist", "over count metadatalist", "count metadatalist"}},
+    {"confidences_0_minus_1_and_minus_2_answered",
+     confidences_0_minus_1_and_minus_2_answered,
+     {"not sent, not sent, not sent", "0.0, not sent, not sent", "not sent, -1.0, -2.0", nothing_alike}},
+    {"polygon_answered",
+     polygon_answered,
+     {"(0.000000 0.000000)(0.000000 1.000000)(0.000000 0.000000)(1.000000 0.000000)(1.000000 1.000000)(1.000000 0.000000)",
+      "(0.000000 0.000000)(0.000000 1.000000)(1.000000 0.000000)(1.000000 1.000000)",
+      "(0.000000 0.000000)(0.000000 1.000000)(0.000000 0.000000)(1.000000 0.000000)(1.000000 1.000000)(1.000000 0.000000)",
+      nothing_alike}},
+    {"newest_result_of_ret_minus_101",
+     newest_result_of_ret_minus_101,
+     {"Zymora has not received any metadata.", "fails with -101", "Zymora has not received any metadata.",
+      "fails with -1006108670"}},
     {"members_of_an_empty_row",
      members_of_an_empty_row,
      {"date timestamp channel_sid",

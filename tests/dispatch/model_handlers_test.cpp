@@ -9,6 +9,8 @@
 
 #include <korvane/ai_metadata.h>
 
+#include <type_traits>
+
 namespace korvane::test {
 
 namespace {
@@ -18,7 +20,7 @@ using texts = std::vector<std::string>;
 const char* const report = R"({"channel_sid":"door","results":[{"objects":[[{"position":[]}]]}]})";
 const char* const question = R"({"metadata":{"end_time":5}})";
 
-int add(const char* request, std::string kind_name = "ObjectDetection", std::string timestamp = "1")
+unsigned int add(const char* request, std::string kind_name = "ObjectDetection", std::string timestamp = "1")
 {
     return add_model_metadata(parsed(request).get(), kind_name.data(), timestamp.data());
 }
@@ -51,9 +53,9 @@ TEST_F(model_ingest_handler, refuses_null_pointers)
     const auto request = parsed(report);
     std::string kind_name = "ObjectDetection";
     std::string timestamp = "1";
-    EXPECT_EQ(add_model_metadata(nullptr, kind_name.data(), timestamp.data()), code(result_null_request));
-    EXPECT_EQ(add_model_metadata(request.get(), nullptr, timestamp.data()), code(result_null_request));
-    EXPECT_EQ(add_model_metadata(request.get(), kind_name.data(), nullptr), code(result_null_request));
+    EXPECT_EQ(add_model_metadata(nullptr, kind_name.data(), timestamp.data()), result_null_request);
+    EXPECT_EQ(add_model_metadata(request.get(), nullptr, timestamp.data()), result_null_request);
+    EXPECT_EQ(add_model_metadata(request.get(), kind_name.data(), nullptr), result_null_request);
     EXPECT_EQ(store_.requests(), texts());
     EXPECT_EQ(debug_log_texts(), texts());
 }
@@ -75,7 +77,7 @@ TEST_F(model_ingest_handler, tells_what_is_missing_at_the_top)
     };
     for (const auto& [request, missing] : cases) {
         clear_debug_log();
-        EXPECT_EQ(add(request), code(result_bad_request)) << request;
+        EXPECT_EQ(add(request), result_bad_request) << request;
         EXPECT_EQ(debug_log_texts(),
                   texts{std::string("add_model_metadata(#)- [korvane] get ") + missing + " failed "})
             << request;
@@ -97,17 +99,26 @@ TEST_F(model_ingest_handler, stores_what_it_is_told_of_kind_and_time)
         {"k", "99999999999999999999999999", R"({"func_name":"k","timestamp":"9223372036854775807",)"},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(add(report, c.kind_name, c.timestamp), 0);
+        EXPECT_EQ(add(report, c.kind_name, c.timestamp), 0U);
         EXPECT_EQ(body_of(store_.requests().back()), c.head + R"("channel_sid":"door"})");
     }
 }
 
 TEST_F(model_ingest_handler, refuses_a_kinds_name_that_does_not_fit)
 {
-    EXPECT_EQ(add(report, std::string(128, 'k')), code(result_bad_request));
+    EXPECT_EQ(add(report, std::string(128, 'k')), result_bad_request);
     EXPECT_EQ(debug_log_texts(), texts{"add_model_metadata(#)- [korvane] function_name has 128 characters, "
                                        "at most 127 are allowed"});
     EXPECT_EQ(store_.requests(), texts());
+}
+
+TEST_F(model_ingest_handler, returns_codes_as_unsigned_numbers)
+{
+    static_assert(std::is_same_v<decltype(add_model_metadata(nullptr, nullptr, nullptr)), unsigned int>);
+    store_.reply_with(json_reply(R"({"ret":-7})"));
+    EXPECT_EQ(add(report), 0xFFFFFFF9U);
+    store_.reply_with(json_reply(""));
+    EXPECT_EQ(add(report), 0xFFFFFFFFU);
 }
 
 TEST_F(model_query_handler, refuses_null_pointers)
@@ -126,7 +137,8 @@ TEST_F(model_query_handler, refuses_null_pointers)
 
 TEST_F(model_query_handler, leaves_the_answer_as_it_was_without_metadata)
 {
-    for (const char* request : {"{}", "[]", "5", R"({"metadata":null})", R"({"Metadata":{}})"}) {
+    for (const char* request : {"{}", "[]", "5", R"({"metadata":null})", R"({"Metadata":{}})",
+                                R"({"metadata":[]})", R"({"metadata":5})", R"({"metadata":"x"})"}) {
         clear_debug_log();
         const query_result result = ask(request, R"({"kept":1})");
         EXPECT_EQ(result.code, result_bad_request) << request;
@@ -161,13 +173,12 @@ TEST_F(model_query_handler, does_not_look_at_the_kinds_name)
               "GET /third_party/model_importer?start_time=0&end_time=5&sort_dir=-1&skip=0&limit=10");
 }
 
-TEST_F(model_query_handler, takes_metadata_of_another_type_as_no_filters)
+TEST_F(model_query_handler, without_filters_asks_for_the_newest_ten_until_now)
 {
-    for (const char* request : {R"({"metadata":[]})", R"({"metadata":5})", R"({"metadata":"x"})"}) {
-        EXPECT_EQ(ask(request).code, result_ok) << request;
-        const std::string line = line_of(store_.requests().back());
-        EXPECT_EQ(line.rfind("GET /third_party/model_importer?start_time=0&end_time=1", 0), 0U) << line;
-    }
+    const time_since_now asked;
+    EXPECT_EQ(ask(R"({"metadata":{}})").code, result_ok);
+    EXPECT_EQ(asked.marked_in(line_of(last_request(store_))),
+              "GET /third_party/model_importer?start_time=0&end_time=now&sort_dir=-1&skip=0&limit=10");
 }
 
 } // namespace

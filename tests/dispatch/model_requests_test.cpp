@@ -2,6 +2,7 @@
 #include "store/ai_CDataBaseComm.h"
 
 #include "tests/dispatch/calls.h"
+#include "tests/dispatch/client_requests.h"
 #include "tests/support/debug_log.h"
 #include "tests/support/sandbox_test.h"
 #include "tests/support/scripted_store.h"
@@ -49,16 +50,6 @@ struct request {
 
     bool untouched() const { return records.size() == 1 && total == 22 && over == 33; }
 };
-
-std::vector<Tposition_xy> corners(int count)
-{
-    std::vector<Tposition_xy> made(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        made[static_cast<std::size_t>(i)].x[0] = static_cast<char>('1' + i);
-        made[static_cast<std::size_t>(i)].y[0] = static_cast<char>('a' + i);
-    }
-    return made;
-}
 
 class model_requests : public sandbox_test {
 protected:
@@ -141,6 +132,7 @@ TEST_F(model_requests, send_an_object_name_of_any_length_as_it_is)
     EXPECT_EQ(asked.send(), code(result_bad_request));
     EXPECT_TRUE(asked.untouched());
     EXPECT_EQ(store_.requests().size(), sent);
+    EXPECT_EQ(debug_log_texts(), texts{not_sent + "it is too long"});
 }
 
 TEST_F(model_requests, send_all_filters_in_their_order)
@@ -161,18 +153,20 @@ TEST_F(model_requests, send_all_filters_in_their_order)
 TEST_F(model_requests, with_one_to_three_vertices_are_refused_unsent)
 {
     for (const int count : {1, 2, 3}) {
+        clear_debug_log();
         request asked;
         asked.polygon = corners(count);
         EXPECT_EQ(asked.send(), code(result_bad_request)) << count;
         EXPECT_TRUE(asked.untouched()) << count;
+        EXPECT_EQ(debug_log_texts(), texts{not_sent + "an area needs four corners"}) << count;
     }
     EXPECT_EQ(store_.requests(), texts());
-    EXPECT_EQ(debug_log_texts(), texts()); // the caller tells
 }
 
 TEST_F(model_requests, are_refused_when_a_value_would_split_them)
 {
     for (const char control : {'\n', '\r', '\t', '\x01', '\x1f', '\x7f'}) {
+        clear_debug_log();
         request with_name;
         with_name.object_name = std::string("a") + control + "b";
         EXPECT_EQ(with_name.send(), code(result_bad_request)) << static_cast<int>(control);
@@ -184,8 +178,22 @@ TEST_F(model_requests, are_refused_when_a_value_would_split_them)
         with_corner.polygon = corners(4);
         with_corner.polygon[3].y[0] = control;
         EXPECT_EQ(with_corner.send(), code(result_bad_request)) << static_cast<int>(control);
+        EXPECT_EQ(debug_log_texts(), texts(3, not_sent + "a value holds a control character"));
     }
     EXPECT_EQ(store_.requests(), texts());
+}
+
+TEST_F(model_requests, tell_of_several_faults_the_one_that_comes_first)
+{
+    request asked;
+    asked.polygon = corners(3);
+    asked.channels = {"a\n"};
+    asked.object_name = std::string(9000, 'o');
+    EXPECT_EQ(asked.send(), code(result_bad_request));
+    asked.polygon.clear();
+    EXPECT_EQ(asked.send(), code(result_bad_request));
+    EXPECT_EQ(debug_log_texts(), (texts{not_sent + "an area needs four corners",
+                                        not_sent + "a value holds a control character"}));
 }
 
 TEST_F(model_requests, leave_the_outputs_as_they_were_without_a_reply_body)

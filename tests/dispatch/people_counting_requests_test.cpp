@@ -23,6 +23,10 @@ const std::string path = "/third_party/people_counting";
 const std::string one_row =
     R"({"ret":0,"datas":[{"_id":{"channel_sid":"a","timestamp":4},"sum_in":3,"sum_out":1}]})";
 
+const std::string holds_a_control_character =
+    "[korvane](ai_CDataBaseComm:#) request not sent: a value holds a control character";
+const texts too_long{"[korvane](ai_CDataBaseComm:#) request not sent: it is too long"};
+
 /// A request's arguments; one bucket is there before, so that a change shows.
 struct request {
     std::string query_type = "hour";
@@ -119,12 +123,13 @@ TEST_F(people_counting_requests, fill_8191_characters_and_no_more)
     EXPECT_EQ(over.send(), code(result_bad_request));
     EXPECT_TRUE(over.untouched());
     EXPECT_EQ(store_.requests().size(), 1U);
-    EXPECT_EQ(debug_log_texts(), texts()); // the caller tells
+    EXPECT_EQ(debug_log_texts(), too_long);
 }
 
 TEST_F(people_counting_requests, are_refused_when_a_value_would_split_them)
 {
     for (const char control : {'\n', '\r', '\t', '\x01', '\x1f', '\x7f'}) {
+        clear_debug_log();
         request channel = with_channel(std::string("a") + control + "b");
         EXPECT_EQ(channel.send(), code(result_bad_request)) << static_cast<int>(control);
         EXPECT_TRUE(channel.untouched());
@@ -132,8 +137,16 @@ TEST_F(people_counting_requests, are_refused_when_a_value_would_split_them)
         type.query_type += control;
         EXPECT_EQ(type.send(), code(result_bad_request)) << static_cast<int>(control);
         EXPECT_TRUE(type.untouched());
+        EXPECT_EQ(debug_log_texts(), (texts{holds_a_control_character, holds_a_control_character}));
     }
     EXPECT_EQ(store_.requests(), texts());
+}
+
+TEST_F(people_counting_requests, tell_of_two_faults_the_one_that_comes_first)
+{
+    request asked = with_channel("a\n" + std::string(9000, 'b'));
+    EXPECT_EQ(asked.send(), code(result_bad_request));
+    EXPECT_EQ(debug_log_texts(), texts{holds_a_control_character});
 }
 
 TEST_F(people_counting_requests, need_a_query_type)

@@ -3,6 +3,7 @@
 #include "store/ai_CDataBaseComm.h"
 
 #include "tests/dispatch/calls.h"
+#include "tests/dispatch/client_requests.h"
 #include "tests/support/debug_log.h"
 #include "tests/support/sandbox_test.h"
 #include "tests/support/scripted_store.h"
@@ -60,9 +61,32 @@ TEST_F(vault_requests, are_refused_when_the_name_would_split_them)
 {
     std::vector<vault_information> vaults;
     for (const char* name : {"a\r\nHost: x", "\t", "\x7f"}) {
+        clear_debug_log();
         EXPECT_EQ(get(name, vaults), code(result_bad_request));
+        EXPECT_EQ(debug_log_texts(), texts{not_sent + "a value holds a control character"});
     }
     EXPECT_EQ(store_.requests(), texts());
+}
+
+TEST_F(vault_requests, fill_511_characters_and_no_more)
+{
+    const std::string head = "GET /third_party/device?vault_name=";
+    const std::string longest(476, 'n');
+    std::vector<vault_information> vaults(1);
+    store_.reply_with(json_reply(R"({"ret":0,"datas":[{"vault_id":"1"}]})"));
+    EXPECT_EQ(get(longest, vaults), 0);
+    EXPECT_EQ(line_of(store_.requests().back()), head + longest);
+    EXPECT_EQ(line_of(store_.requests().back()).size(), 511U);
+    EXPECT_EQ(vaults.size(), 2U);
+    EXPECT_EQ(debug_log_texts(), texts());
+
+    for (const std::size_t length : {477U, 478U, 9000U}) {
+        clear_debug_log();
+        EXPECT_EQ(get(std::string(length, 'n'), vaults), static_cast<int>(0xC4080001)) << length;
+        EXPECT_EQ(vaults.size(), 2U) << length;
+        EXPECT_EQ(debug_log_texts(), texts{not_sent + "it is too long"}) << length;
+    }
+    EXPECT_EQ(store_.requests().size(), 1U);
 }
 
 TEST_F(vault_requests, append_all_vaults_in_the_replys_order)

@@ -4,6 +4,8 @@
 
 #include <korvane/ai_metadata.h>
 
+#include <cstdlib>
+
 namespace korvane::test {
 
 namespace {
@@ -17,12 +19,21 @@ protected:
         record() = session_record();
     }
 
-    /// A reply's head, and its body in these pieces.
+    /// A reply's head, and its body in these pieces, behind the replies that are there.
+    static void add_answer(std::size_t length, const std::vector<scripted_receive>& body)
+    {
+        const std::string head[] = {"HTTP/1.1 200 OK\r\n",
+                                    "Content-Length: " + std::to_string(length) + "\r\n", "\r\n"};
+        script().lines.insert(script().lines.end(), std::begin(head), std::end(head));
+        script().receives.insert(script().receives.end(), body.begin(), body.end());
+    }
+
+    /// The same as the only reply.
     static void answer(std::size_t length, const std::vector<scripted_receive>& body)
     {
-        script().lines = {"HTTP/1.1 200 OK\r\n", "Content-Length: " + std::to_string(length) + "\r\n",
-                          "\r\n"};
-        script().receives.assign(body.begin(), body.end());
+        script().lines.clear();
+        script().receives.clear();
+        add_answer(length, body);
     }
 
     int exchange(std::string body = {})
@@ -52,17 +63,99 @@ TEST_F(host_session, is_constructed_with_host_port_and_time_out)
     EXPECT_EQ(arguments.number, -1);
 }
 
-TEST_F(host_session, carries_the_entry_points_requests)
+int insert(const std::string& kind, const std::string& found)
 {
-    answer(9, {{R"({"ret":0})", 0}});
-    char report[] = R"({"timestamp":1,"channel_sid":"door",
-                        "results":[{"function_name":"HumanDetection","objects":[[{}]]}]})";
-    EXPECT_EQ(insert_ai_metadata(report), 0);
-    ASSERT_EQ(record().constructed.size(), 1U);
-    EXPECT_EQ(record().constructed[0].port, 10158);
-    EXPECT_EQ(record().constructed[0].timeout, 300);
-    ASSERT_EQ(record().sent.size(), 2U);
-    EXPECT_EQ(record().sent[1], R"({"func_name":"HumanDetection","timestamp":"1","channel_sid":"door"})");
+    std::string text =
+        R"({"timestamp":1,"channel_sid":"door","results":[{"function_name":")" + kind + "\"," + found + "}]}";
+    return insert_ai_metadata(text.data());
+}
+
+template <int (*function)(void*, void**)>
+int ask(const std::string& filters)
+{
+    std::string text = R"({"metadata":{)" + filters + "}}";
+    void* answer = nullptr;
+    const int code = function(text.data(), &answer);
+    std::free(answer);
+    return code;
+}
+
+int query(const std::string& kind)
+{
+    return ask<query_ai_metadata>(R"("query_type":"hour","start_time":"5","function_name":")" + kind + '"');
+}
+
+int latest(const std::string& kind)
+{
+    std::string text = R"({"last_metadata":{"funcName":")" + kind + "\"}}";
+    char answer[128];
+    return get_latest_metadata(text.data(), answer);
+}
+
+const char* const objects = R"("objects":[[{"people_count_in":1,"people_count_out":2,"position":[]}]])";
+
+/// Calls of every entry point, and the beginnings of the requests that each makes.
+const struct {
+    int (*call)();
+    std::vector<std::string> requests;
+} calls[] = {
+    {[] { return insert("HumanDetection", objects); }, {"POST /third_party/human_detect"}},
+    {[] { return insert("FaceRecognition", R"("function_results":{"tubes":[{}]})"); },
+     {"POST /third_party/face_recognition", "POST /third_party/check_face_threshold"}},
+    {[] { return insert("ObjectDetection", objects); }, {"POST /third_party/model_importer"}},
+    {[] { return insert("PeopleCounting", objects); }, {"POST /third_party/people_counting"}},
+    {[] { return query("HumanDetection"); }, {"GET /third_party/human_detect?"}},
+    {[] { return query("FaceRecognition"); }, {"GET /third_party/face_recognition?"}},
+    {[] { return query("ObjectDetection"); }, {"GET /third_party/model_importer?"}},
+    {[] { return query("PeopleCounting"); }, {"GET /third_party/people_counting?"}},
+    {[] { return ask<query_ai_face_metadata_list_group>(""); }, {"GET /third_party/face_group_list?"}},
+    {[] { return latest("HumanDetection"); }, {"GET /third_party/human_detect?"}},
+    {[] { return latest("FaceRecognition"); }, {"GET /third_party/face_recognition?"}},
+    {[] { return latest("ObjectDetection"); }, {"GET /third_party/model_importer?"}},
+    {[] {
+         char id[256];
+         return get_IVA_vault_id(id);
+     },
+     {"GET /third_party/device?vault_name=IVA HTTP/1.1"}},
+    {[] {
+         char time[] = "1712345678901";
+         return delete_people_counting(time);
+     },
+     {"DELETE /third_party/people_counting?"}},
+};
+
+TEST_F(host_session, carries_every_entry_points_requests)
+{
+    // One reply serves every request.
+    const std::string reply = R"({"ret":0,"totalCounts":1,"totalItems":1,"datas":[{"vault_id":"v"}]})";
+    for (const auto& c : calls) {
+        const std::string& what = c.requests.front();
+        script() = session_script();
+        record() = session_record();
+        for (std::size_t i = 0; i < c.requests.size(); ++i) {
+            add_answer(reply.size(), {{reply, 0}});
+        }
+        EXPECT_EQ(c.call(), 0) << what;
+
+        EXPECT_EQ(record().constructed.size(), c.requests.size()) << what;
+        EXPECT_EQ(record().destroyed, static_cast<int>(c.requests.size())) << what;
+        for (const session_arguments& arguments : record().constructed) {
+            EXPECT_EQ(arguments.host, "127.0.0.1") << what;
+            EXPECT_EQ(arguments.port, 10158) << what;
+            EXPECT_EQ(arguments.timeout, 300) << what;
+        }
+        std::vector<std::string> begun; // each packet, as far as it is told here
+        for (const std::string& request : c.requests) {
+            begun.push_back(request);
+            if (request.rfind("POST ", 0) == 0) {
+                begun.emplace_back("{");
+            }
+        }
+        ASSERT_EQ(record().sent.size(), begun.size()) << what;
+        for (std::size_t i = 0; i < begun.size(); ++i) {
+            EXPECT_EQ(record().sent[i].substr(0, begun[i].size()), begun[i]) << what;
+        }
+    }
 }
 
 TEST_F(host_session, sends_a_request_without_a_body_in_one_packet)

@@ -90,6 +90,12 @@ TEST_F(file_lock, unlock_returns_the_removals_result)
     EXPECT_EQ(do_file_unlock(path_.data()), -1);
 }
 
+TEST_F(file_lock, without_a_path_is_none)
+{
+    do_file_lock(nullptr, 3);
+    EXPECT_EQ(do_file_unlock(nullptr), -1);
+}
+
 TEST_F(file_lock, can_be_taken_again_after_the_unlock)
 {
     for (int i = 0; i < 100; ++i) {

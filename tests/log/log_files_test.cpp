@@ -16,11 +16,12 @@ constexpr std::size_t full = 1'048'576;
 
 class log_files : public sandbox_test {
 protected:
-    static void make_file(int index, std::size_t size, std::time_t modified = 1'700'000'000)
+    static void make_file(int index, std::size_t size, std::time_t modified = 1'700'000'000,
+                          long nanoseconds = 0)
     {
         std::filesystem::create_directories(log_folder);
         write_file(log_file(index), std::string(size - 1, 'o') + '\n');
-        set_modified(log_file(index), modified);
+        set_modified(log_file(index), modified, nanoseconds);
     }
 
     /// Writes a line; the file it went to, -1 for none or several.
@@ -113,6 +114,34 @@ TEST_F(log_files, that_are_all_full_are_recycled_after_the_newest)
             }
         }
     }
+}
+
+TEST_F(log_files, that_are_all_full_are_told_apart_by_nanoseconds)
+{
+    const struct {
+        std::array<long, 5> nanoseconds;
+        int recycled;
+    } cases[] = {
+        {{1, 2, 3, 4, 5}, 0},
+        {{4, 5, 1, 2, 3}, 2},
+        {{2, 3, 4, 5, 1}, 4},
+        {{999'999'998, 999'999'999, 999'999'997, 999'999'997, 999'999'997}, 2},
+    };
+    for (const auto& c : cases) {
+        clear_debug_log();
+        for (int index = 0; index < 5; ++index) {
+            make_file(index, full, 1'700'000'000, c.nanoseconds[static_cast<std::size_t>(index)]);
+        }
+        EXPECT_EQ(file_of_a_line(), c.recycled);
+    }
+}
+
+TEST_F(log_files, that_are_all_full_are_told_apart_by_seconds_before_nanoseconds)
+{
+    for (int index = 0; index < 5; ++index) { // every later file is a second newer and has fewer nanoseconds
+        make_file(index, full, 1'700'000'000 + index, 900 - index);
+    }
+    EXPECT_EQ(file_of_a_line(), 0);
 }
 
 TEST_F(log_files, keep_the_newest_lines_in_a_ring)

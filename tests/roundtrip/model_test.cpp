@@ -1,5 +1,6 @@
 #include "tests/dispatch/calls.h"
 #include "tests/roundtrip/answers.h"
+#include "tests/roundtrip/areas.h"
 #include "tests/roundtrip/roundtrip_test.h"
 #include "tests/support/debug_log.h"
 
@@ -21,19 +22,6 @@ void report(long long timestamp, const std::string& channel, const std::string& 
                              channel + R"(","results":[{)" + kind + R"(,"objects":[[{)" + object +
                              R"(,"position":)" + position + "}]]}]}";
     ASSERT_EQ(insert(text), 0) << text;
-}
-
-std::string square(const std::string& from, const std::string& to)
-{
-    return R"([{"x":)" + from + R"(,"y":)" + from + R"(},{"x":)" + to + R"(,"y":)" + from + R"(},{"x":)" +
-           to + R"(,"y":)" + to + R"(},{"x":)" + from + R"(,"y":)" + to + "}]";
-}
-
-/// The corner members of a query for the same square.
-std::string area(const std::string& from, const std::string& to)
-{
-    return R"("x1":)" + from + R"(,"y1":)" + from + R"(,"x2":)" + to + R"(,"y2":)" + from + R"(,"x3":)" + to +
-           R"(,"y3":)" + to + R"(,"x4":)" + from + R"(,"y4":)" + to;
 }
 
 class model_roundtrip : public roundtrip_test {

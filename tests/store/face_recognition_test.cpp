@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr char ok[] = R"({"ret":0})";
 constexpr char ring[] =
     R"({"type":"Polygon","coordinates":[[[0.1,0.1],[0.3,0.1],[0.3,0.3],[0.1,0.3],[0.1,0.1]]]})";
 

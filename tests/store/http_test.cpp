@@ -81,8 +81,8 @@ TEST_F(http_test, raw_request_lines_are_taken_as_they_are)
     const std::string body = R"({"provider_id":"x y","gender":"a b","timestamp":"1","registered":true})";
     const std::string odd =
         R"({"provider_id":"\"%41+[é]\",","resultId":"1&2#3?=4","timestamp":"2","registered":false})";
-    ASSERT_EQ(R"({"ret":0})", store.post("face_recognition", body));
-    ASSERT_EQ(R"({"ret":0})", store.post("face_recognition", odd));
+    ASSERT_EQ(ok, store.post("face_recognition", body));
+    ASSERT_EQ(ok, store.post("face_recognition", odd));
     EXPECT_EQ(listing(1, {body}), store.get("face_recognition?gender=a b&provider_id=[\"x "
                                             "y\"]&start_time=0&end_time=0&sort_dir=-1&skip=0&limit=10"));
     EXPECT_EQ(listing(1, {odd}),
@@ -127,7 +127,7 @@ TEST_F(http_test, a_body_of_1_mib_is_taken_and_a_longer_one_refused)
     const auto body = [&](std::size_t size) {
         return R"({"note":")" + std::string(size - frame.size(), 'x') + "\"}";
     };
-    EXPECT_EQ(R"({"ret":0})", store.post("human_detect", body(longest)));
+    EXPECT_EQ(ok, store.post("human_detect", body(longest)));
     const http_reply reply = store.exchange("POST /third_party/human_detect HTTP/1.1\r\nContent-Length: " +
                                             std::to_string(longest + 1) + "\r\n\r\n");
     EXPECT_EQ("HTTP/1.1 413 Request Entity Too Large", status_of(reply));
@@ -156,8 +156,8 @@ TEST_F(http_test, many_clients_at_once_lose_nothing)
         threads.emplace_back([&, client] {
             for (int at = 0; at < each; ++at)
                 stored[static_cast<std::size_t>(client)] +=
-                    store.post("human_detect", R"({"timestamp":"1","channel_sid":"c)" +
-                                                   std::to_string(client) + "\"}") == R"({"ret":0})";
+                    store.post("human_detect",
+                               R"({"timestamp":"1","channel_sid":"c)" + std::to_string(client) + "\"}") == ok;
         });
     std::vector<int> idle; // connections that say nothing must not keep the others waiting
     for (int at = 0; at < 100; ++at)

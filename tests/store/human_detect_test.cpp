@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr char ok[] = R"({"ret":0})";
 const std::string channel_a(32, 'a');
 const std::string channel_b(32, 'b');
 

@@ -14,7 +14,7 @@ TEST(model_importer_test, each_filter_chooses)
 {
     const store_process store;
     for (const std::string& body : {cat, red_car, unsure})
-        ASSERT_EQ(R"({"ret":0})", store.post("model_importer", body));
+        ASSERT_EQ(ok, store.post("model_importer", body));
     const std::pair<const char*, std::vector<std::string>> cases[] = {
         {"", {cat, red_car, unsure}},
         {"object_name=cat&", {cat, unsure}},
@@ -39,7 +39,7 @@ TEST(model_importer_test, each_filter_chooses)
 TEST(model_importer_test, kinds_do_not_mix)
 {
     const store_process store;
-    ASSERT_EQ(R"({"ret":0})", store.post("model_importer", cat));
+    ASSERT_EQ(ok, store.post("model_importer", cat));
     EXPECT_EQ(listing(0, {}), store.get("human_detect?"));
     EXPECT_EQ(listing(0, {}), store.get("face_recognition?"));
     EXPECT_EQ(listing(1, {cat}),

@@ -25,8 +25,6 @@ struct temporary_folder {
     std::string file(const std::string& name) const { return (path / name).string(); }
 };
 
-constexpr char ok[] = R"({"ret":0})";
-
 TEST(process_test, the_ready_line_names_the_place_and_the_database)
 {
     store_process store;

@@ -56,6 +56,9 @@ private:
     std::string ready_line_;
 };
 
+/// The reply to a request that stores or deletes.
+inline constexpr char ok[] = R"({"ret":0})";
+
 /// The text of a reply to a query.
 std::string listing(int total, const std::vector<std::string>& rows);
 

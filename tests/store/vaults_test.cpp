@@ -42,7 +42,7 @@ TEST(vaults_test, options_add_vaults_and_take_the_default_away)
 TEST(vaults_test, the_last_record_has_its_time_in_15_characters)
 {
     const store_process store;
-    ASSERT_EQ(R"({"ret":0})", store.post("people_counting", R"({"people_count_in":1})"));
+    ASSERT_EQ(ok, store.post("people_counting", R"({"people_count_in":1})"));
     const std::string body = store.get("device?vault_name=IVA");
     const std::size_t begin = body.find(R"("last_recv_time_str":")") + 22;
     const std::string time = body.substr(begin, body.find('"', begin) - begin);

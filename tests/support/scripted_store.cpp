@@ -154,13 +154,6 @@ std::vector<std::string> scripted_store::requests()
     return requests_;
 }
 
-std::size_t scripted_store::unused_replies()
-{
-    std::unique_lock<std::mutex> lock(mutex_);
-    wait_until_idle(lock);
-    return script_.size();
-}
-
 void scripted_store::wait_until_idle(std::unique_lock<std::mutex>& lock)
 {
     // A connection whose other side is done already may still wait to be accepted: then the listener is

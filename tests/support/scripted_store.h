@@ -74,9 +74,6 @@ public:
     /// else came until the other side closed. Waits until the connections made so far are over.
     std::vector<std::string> requests();
 
-    /// How many replies of the script were not asked for. Waits as requests() does.
-    std::size_t unused_replies();
-
     /// Stops listening and breaks off what is under way; start() listens again on the same port.
     void stop();
     void start();

@@ -232,6 +232,12 @@ TEST_F(transport_failures, leave_no_descriptor_open)
 
 TEST_F(transport_failures, are_not_logged)
 {
+    EXPECT_EQ(get(json_reply("{}")).code, 0);
+    store_.reply_with(reset_unread());
+    EXPECT_EQ(exchange_with(store_.port(), "POST /path", std::string(unsendable_size, 'a')).code, -2);
+    EXPECT_EQ(get(raw_reply("")).code, -3);
+    EXPECT_EQ(get(http_reply(500, "{}")).code, -4);
+    EXPECT_EQ(get(raw_reply("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nabcd")).code, -5);
     store_.stop();
     EXPECT_EQ(exchange_with(store_.port(), "GET /path").code, -1);
     EXPECT_FALSE(exists("/Vdbglog/.zymux_log"));

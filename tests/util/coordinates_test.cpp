@@ -46,6 +46,12 @@ TEST(check_coordinate_range, checks_no_other_axis)
     }
 }
 
+TEST(check_coordinate_range, refuses_an_axis_that_is_null)
+{
+    EXPECT_EQ(static_cast<unsigned>(check_coordinate_range(5.0, nullptr)), 0xC4080003U);
+    EXPECT_EQ(static_cast<unsigned>(check_coordinate_range(0.5, nullptr)), 0xC4080003U);
+}
+
 /// "x,y x,y ..."
 std::string polygon_of(const char* json)
 {

@@ -147,14 +147,35 @@ TEST(json_getters, leave_the_target_alone_when_the_member_is_missing)
     }
 }
 
-TEST(json_getters, look_into_no_object_for_nothing)
+TEST(json_getters, look_into_no_object_and_for_no_key_for_nothing)
 {
+    const auto object = parsed(R"({"":1,"k":1})");
     int number = 77;
+    double real = 77.0;
+    char text[] = "kept";
     long long timestamp = 77;
     get_json_int(nullptr, "k", &number);
+    get_json_int(object.get(), nullptr, &number);
+    get_json_double(nullptr, "k", &real);
+    get_json_double(object.get(), nullptr, &real);
+    get_json_string(nullptr, "k", text);
+    get_json_string(object.get(), nullptr, text);
     get_json_timestamp(nullptr, &timestamp);
     EXPECT_EQ(number, 77);
+    EXPECT_EQ(real, 77.0);
+    EXPECT_STREQ(text, "kept");
     EXPECT_EQ(timestamp, 77);
+}
+
+TEST(json_getters, leave_the_object_as_it_was_without_a_target)
+{
+    const char* const text = R"({ "k": 1, "timestamp": 2 })";
+    const auto object = parsed(text);
+    get_json_int(object.get(), "k", nullptr);
+    get_json_double(object.get(), "k", nullptr);
+    get_json_string(object.get(), "k", nullptr);
+    get_json_timestamp(object.get(), nullptr);
+    EXPECT_STREQ(json_object_to_json_string(object.get()), text);
 }
 
 } // namespace

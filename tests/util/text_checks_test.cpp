@@ -54,6 +54,16 @@ TEST_F(check_abnormal_char_test, refuses_a_blank_in_front_without_logging_it)
     EXPECT_TRUE(debug_log_lines().empty());
 }
 
+class text_checks_of_nothing : public sandbox_test {};
+
+TEST_F(text_checks_of_nothing, are_refused_and_not_logged)
+{
+    EXPECT_EQ(static_cast<unsigned>(check_abnormal_char(nullptr)), 0xC4080003U);
+    EXPECT_EQ(static_cast<unsigned>(removeBlank(nullptr)), 0xC4080003U);
+    EXPECT_EQ(static_cast<unsigned>(trans_time_to_string(nullptr)), 0xC4080003U);
+    EXPECT_TRUE(debug_log_lines().empty());
+}
+
 TEST(removeBlank, moves_blanks_behind_the_other_characters)
 {
     const struct {
@@ -132,6 +142,16 @@ TEST(trans_time_to_string, as_the_last_member_is_refused_and_changes_nothing)
 {
     for (const char* text :
          {R"({"timestamp":1712345678901})", R"({"a":1,"timestamp":5})", R"({"timestamp")"}) {
+        EXPECT_EQ(rewritten(text, 0xC4080001U), text);
+    }
+}
+
+// The value is looked for behind the colon, the place to put it where the name stands first.
+TEST(trans_time_to_string, never_needs_more_than_the_two_characters)
+{
+    for (const char* text : {R"({"a":"timestamp","timestamp":12345678901234,"b":1})",
+                             R"(["timestamp",{"timestamp":12345678901234,"b":1}])",
+                             R"({" timestamp":12345678901234,"a":"timestamp","b":1})"}) {
         EXPECT_EQ(rewritten(text, 0xC4080001U), text);
     }
 }

@@ -56,6 +56,11 @@ TEST(timestamp_to_date, is_local_date_and_time)
     }
 }
 
+TEST(timestamp_to_date, without_a_buffer_writes_nothing)
+{
+    timestamp_to_date(0, nullptr); // and ends nothing
+}
+
 TEST(timestamp_to_date, follows_a_change_of_the_processes_zone)
 {
     setenv("TZ", "UTC0", 1);
@@ -215,6 +220,78 @@ TEST(trans_timestamp_to_timepoint, knows_the_days_on_which_the_clocks_change_els
     }
 }
 
+TEST(trans_timestamp_to_timepoint, knows_days_that_begin_without_their_midnight_or_twice)
+{
+    const char* split = "NST3:30NDT,M4.1.0/0:01,M11.1.0/0:01"; // back an hour from 00:01
+    const char* skipped = "AAA0BBB,M3.5.6/23:30,M10.5.0/3";    // forward from 23:30 to 00:30
+    const struct {
+        const char* zone;
+        const char* ms;
+        const char* start;
+    } cases[] = {
+        // 3 November 2024 begins, is left after a minute and begins anew an hour later: one day, begun at first.
+        {split, "1730601000000", "1730601000000"},
+        {split, "1730601059999", "1730601000000"},
+        {split, "1730604600000", "1730601000000"},
+        {split, "1730640000000", "1730601000000"},
+        {split, "1730690999999", "1730601000000"},
+        {split, "1730691000000", "1730691000000"},
+        // The hour between belongs to the day before.
+        {split, "1730600999999", "1730514600000"},
+        {split, "1730601060000", "1730514600000"},
+        {split, "1730604599999", "1730514600000"},
+        // 31 March 2024 begins at 00:30, which is the second after 23:29:59.
+        {skipped, "1711841399999", "1711756800000"},
+        {skipped, "1711841400000", "1711841400000"},
+        {skipped, "1711882800000", "1711841400000"},
+        {skipped, "1711925999999", "1711841400000"},
+        {skipped, "1711926000000", "1711926000000"},
+    };
+    for (const auto& c : cases) {
+        set_time_zone(c.zone);
+        EXPECT_EQ(start_of("day", c.ms), c.start) << c.zone << ' ' << c.ms;
+    }
+}
+
+/// On 7 April 2024 02:00 became 01:30: the full hour is that of the offset in force.
+TEST(trans_timestamp_to_timepoint, goes_back_to_the_full_hour_where_half_an_hour_comes_twice)
+{
+    const struct {
+        const char* ms;
+        const char* start;
+    } cases[] = {
+        {"1712414700000", "1712412000000"}, // 01:45 in summer time: 01:00 in summer time
+        {"1712416500000", "1712413800000"}, // 01:45 in winter time: 01:00 in winter time
+        {"1712418300000", "1712417400000"}, // 02:15
+    };
+    set_time_zone("<+1030>-10:30<+11>-11,M10.1.0,M4.1.0");
+    for (const auto& c : cases) {
+        EXPECT_EQ(start_of("hour", c.ms), c.start) << c.ms;
+    }
+}
+
+TEST(trans_timestamp_to_timepoint, reaches_to_the_ends_of_64_bits)
+{
+    const std::string largest = std::to_string(LLONG_MAX);
+    const std::string smallest = std::to_string(LLONG_MIN);
+    const struct {
+        const char* zone;
+        const char* unit;
+        std::string ms;
+        const char* start;
+    } cases[] = {
+        {"UTC0", "day", largest, "9223372036828800000"},    {"CST-8", "day", largest, "9223372036800000000"},
+        {"UTC0", "hour", largest, "9223372036854000000"},   {"UTC0", "day", smallest, "-9223372036915200000"},
+        {"CST-8", "day", smallest, "-9223372036857600000"}, {"EST5", "day", smallest, "-9223372036897200000"},
+        {"UTC0", "hour", smallest, "-9223372036857600000"},
+    };
+    for (const auto& c : cases) {
+        set_time_zone(c.zone);
+        EXPECT_EQ(start_of(c.unit, c.ms), c.start) << c.zone << ' ' << c.unit << ' ' << c.ms;
+        EXPECT_EQ(start_of(c.unit, c.ms + "9"), c.start) << "beyond 64 bits";
+    }
+}
+
 /// Of a local time that comes twice, mktime gives the one or the other by what it was asked before.
 TEST(trans_timestamp_to_timepoint, does_not_depend_on_conversions_before_it)
 {
@@ -226,6 +303,20 @@ TEST(trans_timestamp_to_timepoint, does_not_depend_on_conversions_before_it)
         ASSERT_EQ(std::mktime(&parts), before);
         EXPECT_EQ(start_of("day", "1730044800000"), "1729987200000") << before;
     }
+}
+
+TEST(trans_timestamp_to_timepoint, with_a_null_argument_writes_nothing)
+{
+    char unit[] = "day";
+    char ms[] = "1712324710123";
+    char out[32] = "untouched";
+    trans_timestamp_to_timepoint(nullptr, ms, out);
+    EXPECT_STREQ(out, "untouched");
+    trans_timestamp_to_timepoint(unit, nullptr, out);
+    EXPECT_STREQ(out, "untouched");
+    trans_timestamp_to_timepoint(unit, ms, nullptr);
+    EXPECT_STREQ(unit, "day");
+    EXPECT_STREQ(ms, "1712324710123");
 }
 
 TEST(trans_timestamp_to_timepoint, with_any_other_unit_writes_nothing)

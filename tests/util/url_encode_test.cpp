@@ -34,13 +34,18 @@ TEST(url_encode, escapes_all_but_unreserved_characters)
     }
 }
 
-TEST(url_encode, has_no_limit)
+TEST(url_encode, encodes_a_hundred_thousand_characters)
 {
     std::string expected;
     for (int i = 0; i < 100'000; ++i) {
         expected += "%2F";
     }
     EXPECT_EQ(url_encode(std::string(100'000, '/')), expected);
+}
+
+TEST(url_encode, is_empty_for_what_libcurl_does_not_take)
+{
+    EXPECT_EQ(url_encode(std::string(9'000'000, '/')), "");
 }
 
 } // namespace

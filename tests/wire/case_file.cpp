@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <map>
 #include <stdexcept>
 #include <utility>
 
@@ -27,6 +28,13 @@ struct section {
     std::string_view argument;
     std::vector<source_line> body;
 };
+
+/// What a "let" names.
+struct named_text {
+    expected_text text;
+    int line = 0;
+};
+using named_texts = std::map<std::string, named_text, std::less<>>;
 
 /// Thrown where a section cannot be read; the file goes on with the next one.
 struct section_error : std::invalid_argument {
@@ -77,11 +85,11 @@ private:
     void read_answer(const section& finished);
     void read_log(const section& finished);
 
-    expected_text joined(const section& from, std::size_t first, std::size_t last,
-                         std::string_view between) const;
-    expected_text whole(const section& from, std::string_view between = {}) const;
-    expected_text expanded(const source_line& line) const;
-    std::string literal(const section& from, std::string_view purpose) const;
+    expected_text joined(const section& from, std::size_t first, std::size_t last, std::string_view between);
+    expected_text whole(const section& from, std::string_view between = {});
+    expected_text expanded(const source_line& line);
+    std::string literal(const section& from, std::string_view purpose);
+    const expected_text* use(std::string_view name);
     void error(int line, const std::string& what);
 
     const std::string& path_;
@@ -89,6 +97,7 @@ private:
     case_file result_;
     named_texts names_;
     named_texts names_of_file_;
+    std::map<int, std::string> unused_names_; ///< by their lines
     wire_case case_;
     bool in_case_ = false;
     bool cases_have_names_ = false;
@@ -172,6 +181,9 @@ case_file case_parser::parse(std::string_view text)
     }
     finish_section();
     finish_case();
+    for (const auto& [line, name] : unused_names_) {
+        error(line, "nothing uses the text named " + in_quotes(name));
+    }
     if (result_.cases.empty() && result_.errors.empty()) {
         error(1, "no case; expected \"--- call\" with what follows it");
     }
@@ -300,13 +312,14 @@ void case_parser::finish_case()
 void case_parser::read_let(const section& finished)
 {
     const std::string name(finished.argument);
-    if (!is_fact_name(name) || name == "now" || name == "blank" || name == "crlf") {
+    if (!is_fact_name(name) || is_placeholder(name)) {
         throw section_error(finished.line,
                             "\"let\" needs a name of its own; lower-case letters, digits and _");
     }
-    if (!names_.emplace(name, whole(finished)).second) {
+    if (!names_.emplace(name, named_text{whole(finished), finished.line}).second) {
         throw section_error(finished.line, "a second text named " + in_quotes(name));
     }
+    unused_names_.emplace(finished.line, name);
 }
 
 void case_parser::read_call(const section& finished)
@@ -434,7 +447,7 @@ void case_parser::read_log(const section& finished)
 
 /// Lines `first` to `last` as one text, without empty lines and indentation.
 expected_text case_parser::joined(const section& from, std::size_t first, std::size_t last,
-                                  std::string_view between) const
+                                  std::string_view between)
 {
     expected_text text;
     for (std::size_t i = first; i < last; ++i) {
@@ -450,21 +463,31 @@ expected_text case_parser::joined(const section& from, std::size_t first, std::s
     return text;
 }
 
-expected_text case_parser::expanded(const source_line& line) const
+expected_text case_parser::expanded(const source_line& line)
 {
     try {
-        return expand(line.text, names_);
+        return expand(line.text, [this](std::string_view name) { return use(name); });
     } catch (const std::invalid_argument& failure) {
         throw section_error(line.number, failure.what());
     }
 }
 
-expected_text case_parser::whole(const section& from, std::string_view between) const
+const expected_text* case_parser::use(std::string_view name)
+{
+    const auto named = names_.find(name);
+    if (named == names_.end()) {
+        return nullptr;
+    }
+    unused_names_.erase(named->second.line);
+    return &named->second.text;
+}
+
+expected_text case_parser::whole(const section& from, std::string_view between)
 {
     return joined(from, 0, from.body.size(), between);
 }
 
-std::string case_parser::literal(const section& from, std::string_view purpose) const
+std::string case_parser::literal(const section& from, std::string_view purpose)
 {
     const expected_text text = whole(from);
     if (!text.is_literal()) {

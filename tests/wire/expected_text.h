@@ -24,6 +24,7 @@ public:
 
     expected_text() = default;
     explicit expected_text(std::string_view literal) { append(literal); }
+    explicit expected_text(place varying) { append(varying); }
 
     void append(std::string_view literal);
     void append(place varying);

@@ -1,7 +1,9 @@
 #include "tests/wire/placeholders.h"
 
 #include <charconv>
+#include <map>
 #include <stdexcept>
+#include <string>
 
 namespace korvane::test {
 
@@ -32,28 +34,41 @@ bool expand_bytes(std::string_view inside, expected_text& expanded)
     return true;
 }
 
+const expected_text* find_placeholder(std::string_view name)
+{
+    static const std::map<std::string_view, expected_text> placeholders = {
+        {"now", expected_text(expected_text::place::now)},
+        {"line", expected_text(expected_text::place::line_number)},
+        {"blank", expected_text(" ")},
+        {"crlf", expected_text("\r\n")},
+    };
+    const auto found = placeholders.find(name);
+    return found == placeholders.end() ? nullptr : &found->second;
+}
+
 /// "name", or a literal in quotes.
-bool expand_unit(std::string_view inside, const named_texts& names, expected_text& expanded)
+bool expand_unit(std::string_view inside, const text_finder& find, expected_text& expanded)
 {
     if (inside.size() >= 2 && inside.front() == '"' && inside.back() == '"') {
         expanded.append(inside.substr(1, inside.size() - 2));
         return true;
     }
-    const auto named = names.find(inside);
-    if (named != names.end()) {
-        expanded.append(named->second);
+    const expected_text* named = find_placeholder(inside);
+    named = named ? named : find(inside);
+    if (named) {
+        expanded.append(*named);
     }
-    return named != names.end();
+    return named != nullptr;
 }
 
 /// "unit*count"
-bool expand_repetition(std::string_view inside, const named_texts& names, expected_text& expanded)
+bool expand_repetition(std::string_view inside, const text_finder& find, expected_text& expanded)
 {
     const std::size_t star = inside.rfind('*');
     unsigned count = 0;
     expected_text unit;
     if (star == std::string_view::npos || !read_number(inside.substr(star + 1), count, 10) ||
-        !expand_unit(inside.substr(0, star), names, unit)) {
+        !expand_unit(inside.substr(0, star), find, unit)) {
         return false;
     }
     for (unsigned i = 0; i < count; ++i) {
@@ -62,18 +77,10 @@ bool expand_repetition(std::string_view inside, const named_texts& names, expect
     return true;
 }
 
-void expand_placeholder(std::string_view inside, const named_texts& names, expected_text& expanded)
+void expand_placeholder(std::string_view inside, const text_finder& find, expected_text& expanded)
 {
-    if (inside == "now") {
-        expanded.append(expected_text::place::now);
-    } else if (inside == "line") {
-        expanded.append(expected_text::place::line_number);
-    } else if (inside == "blank") {
-        expanded.append(" ");
-    } else if (inside == "crlf") {
-        expanded.append("\r\n");
-    } else if (!expand_unit(inside, names, expanded) && !expand_repetition(inside, names, expanded) &&
-               !expand_bytes(inside, expanded)) {
+    if (!expand_unit(inside, find, expanded) && !expand_repetition(inside, find, expanded) &&
+        !expand_bytes(inside, expanded)) {
         throw std::invalid_argument(
             "<<" + std::string(inside) +
             ">> is none of <<now>>, <<line>>, <<blank>>, <<crlf>>, <<x0d0a>>, "
@@ -83,7 +90,12 @@ void expand_placeholder(std::string_view inside, const named_texts& names, expec
 
 } // namespace
 
-expected_text expand(std::string_view text, const named_texts& names)
+bool is_placeholder(std::string_view name)
+{
+    return find_placeholder(name) != nullptr;
+}
+
+expected_text expand(std::string_view text, const text_finder& find)
 {
     expected_text expanded;
     while (!text.empty()) {
@@ -97,7 +109,7 @@ expected_text expand(std::string_view text, const named_texts& names)
         if (close == std::string_view::npos) {
             throw std::invalid_argument("a << without its >>");
         }
-        expand_placeholder(text.substr(0, close), names, expanded);
+        expand_placeholder(text.substr(0, close), find, expanded);
         text.remove_prefix(close + 2);
     }
     return expanded;

@@ -3,16 +3,18 @@
 
 #include "tests/wire/expected_text.h"
 
-#include <map>
-#include <string>
+#include <functional>
 #include <string_view>
 
 namespace korvane::test {
 
-/// The texts that a case file names with "--- let NAME".
-using named_texts = std::map<std::string, expected_text, std::less<>>;
+/// Finds a text that a case file names with "--- let NAME"; null when there is none of this name.
+using text_finder = std::function<const expected_text*(std::string_view name)>;
+
+/// True for "now", "line", "blank" and "crlf", which no file can give to a text of its own.
+bool is_placeholder(std::string_view name);
 
 /// `text` with every <<...>> replaced; throws std::invalid_argument with what is wrong.
-expected_text expand(std::string_view text, const named_texts& names);
+expected_text expand(std::string_view text, const text_finder& find);
 
 } // namespace korvane::test

@@ -51,7 +51,7 @@ void insert_run::send(const std::vector<report>& batch)
             std::fputs(sender.error_text().c_str(), stderr);
         }
     }
-    count_unsent(batch.size() - next);
+    note_unsent(batch, next);
 }
 
 // Runs in the sending process. It ends early where the run ends, so that nothing behind that report is sent.
@@ -123,6 +123,15 @@ void insert_run::tell_details(const report& sent, const std::vector<std::string>
     std::fflush(stdout);
 }
 
+// The first one's place says where to begin when they are sent again.
+void insert_run::note_unsent(const std::vector<report>& batch, size_t first)
+{
+    if (first < batch.size() && unsent_ == 0) {
+        first_unsent_ = input_ + ":" + std::to_string(batch[first].line);
+    }
+    unsent_ += static_cast<long long>(batch.size() - first);
+}
+
 int insert_run::finish(bool all_read)
 {
     progress_.hide();
@@ -138,7 +147,7 @@ int insert_run::finish(bool all_read)
         std::printf("  what to do: korvane explain CODE\n");
     }
     if (unsent_ > 0) {
-        std::printf("  %s not sent\n", counted(unsent_, "report").c_str());
+        std::printf("  %s not sent, from %s on\n", counted(unsent_, "report").c_str(), first_unsent_.c_str());
     }
     if (!all_read) {
         std::printf("  the rest of the input was not read\n");

@@ -34,9 +34,6 @@ public:
     /// True once the run is over before its input is: no store, or an error where errors end it.
     bool stopped() const { return stopped_; }
 
-    /// Counts reports that were read after the end of the run.
-    void count_unsent(size_t reports) { unsent_ += static_cast<long long>(reports); }
-
     /// Prints the totals; returns an exit_status. `all_read` is false when the input was not read to its end.
     int finish(bool all_read);
 
@@ -48,6 +45,7 @@ private:
     void settle(const report& sent, const outcome& got, pid_t sender, const log_position& before);
     void tell_fatal(const report& sent, const std::string& ending);
     void tell_details(const report& sent, const std::vector<std::string>& lines);
+    void note_unsent(const std::vector<report>& batch, size_t first);
     long long reports() const { return stored_ + refused_ + fatal_; }
 
     insert_options options_;
@@ -62,6 +60,7 @@ private:
     long long refused_ = 0;
     long long fatal_ = 0;
     long long unsent_ = 0;
+    std::string first_unsent_; // its place
     std::map<unsigned int, long long> refusals_; // by code
 };
 

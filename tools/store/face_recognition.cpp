@@ -39,11 +39,9 @@ std::int64_t read_threshold(const std::string& body)
     return threshold;
 }
 
-} // namespace
-
-const detection_kind& face_recognition()
+detection_kind make_kind()
 {
-    static const detection_kind kind = {
+    return {
         {"face_recognition",
          with_header(511,
                      {
@@ -68,6 +66,13 @@ const detection_kind& face_recognition()
              "EXISTS (SELECT 1 FROM json_each(?) WHERE instr(person_key, value) > 0)"},
         }),
     };
+}
+
+} // namespace
+
+const detection_kind& face_recognition()
+{
+    static const detection_kind kind = make_kind();
     return kind;
 }
 

@@ -88,28 +88,6 @@ request read_request(evhttp_request* from)
             question == std::string::npos ? "" : uri.substr(question + 1), std::move(body)};
 }
 
-void answer(evhttp_request* from, void* handler)
-{
-    const reply made = (*static_cast<request_handler*>(handler))(read_request(from));
-    const event_owner<evbuffer> body(evbuffer_new());
-    evbuffer_add(body.get(), made.body.data(), made.body.size());
-    evkeyvalq* headers = evhttp_request_get_output_headers(from);
-    evhttp_add_header(headers, "Content-Type", "application/json");
-    if (!made.allow.empty())
-        evhttp_add_header(headers, "Allow", made.allow.c_str());
-    evhttp_send_reply(from, made.status, nullptr, body.get()); // null: the status's usual words
-}
-
-event_owner<event> stop_on(event_base* base, int signal_number)
-{
-    event_owner<event> stop(evsignal_new(
-        base, signal_number,
-        [](evutil_socket_t, short, void* loop) { event_base_loopbreak(static_cast<event_base*>(loop)); },
-        base));
-    event_add(stop.get(), nullptr);
-    return stop;
-}
-
 } // namespace
 
 std::string check_loopback_address(const std::string& address)
@@ -133,9 +111,61 @@ struct http_server::parts {
     event_owner<evhttp> http;
     event_owner<event> on_terminate;
     event_owner<event> on_interrupt;
+    evhttp_bound_socket* listener = nullptr; // owned by http
     std::string address;
     std::uint16_t port = 0;
+    int replies_under_way = 0;
+    bool stopping = false;
+
+    static void answer(evhttp_request* from, void* self);
+    static void reply_sent(evhttp_request*, void* self);
+    static void stop(evutil_socket_t, short, void* self);
+    event_owner<event> stop_on(int signal_number);
 };
+
+void http_server::parts::answer(evhttp_request* from, void* self)
+{
+    auto* server = static_cast<parts*>(self);
+    const reply made = server->handler(read_request(from));
+    const event_owner<evbuffer> body(evbuffer_new());
+    evbuffer_add(body.get(), made.body.data(), made.body.size());
+    evkeyvalq* headers = evhttp_request_get_output_headers(from);
+    evhttp_add_header(headers, "Content-Type", "application/json");
+    if (!made.allow.empty())
+        evhttp_add_header(headers, "Allow", made.allow.c_str());
+    ++server->replies_under_way;
+    evhttp_request_set_on_complete_cb(from, reply_sent, server);
+    evhttp_send_reply(from, made.status, nullptr, body.get()); // null: the status's usual words
+}
+
+void http_server::parts::reply_sent(evhttp_request*, void* self)
+{
+    auto* server = static_cast<parts*>(self);
+    if (--server->replies_under_way == 0 && server->stopping)
+        event_base_loopbreak(server->base.get());
+}
+
+// What was carried out is answered, or a client would send again what is stored. A client that went away never takes its
+// reply, so this does not wait for long.
+void http_server::parts::stop(evutil_socket_t, short, void* self)
+{
+    auto* server = static_cast<parts*>(self);
+    if (server->replies_under_way == 0) {
+        event_base_loopbreak(server->base.get());
+    } else if (!server->stopping) {
+        evhttp_del_accept_socket(server->http.get(), server->listener);
+        const timeval longest_goodbye{1, 0};
+        event_base_loopexit(server->base.get(), &longest_goodbye);
+    }
+    server->stopping = true;
+}
+
+event_owner<event> http_server::parts::stop_on(int signal_number)
+{
+    event_owner<event> on_signal(evsignal_new(base.get(), signal_number, stop, this));
+    event_add(on_signal.get(), nullptr);
+    return on_signal;
+}
 
 http_server::http_server(const std::string& address, std::uint16_t port, request_handler handler)
     : parts_(std::make_unique<parts>())
@@ -152,7 +182,7 @@ http_server::http_server(const std::string& address, std::uint16_t port, request
     evhttp_set_allowed_methods(http, EVHTTP_REQ_GET | EVHTTP_REQ_POST | EVHTTP_REQ_HEAD | EVHTTP_REQ_PUT |
                                          EVHTTP_REQ_DELETE | EVHTTP_REQ_OPTIONS | EVHTTP_REQ_TRACE |
                                          EVHTTP_REQ_CONNECT | EVHTTP_REQ_PATCH);
-    evhttp_set_gencb(http, answer, &parts_->handler);
+    evhttp_set_gencb(http, parts::answer, parts_.get());
 
     socket_address wanted;
     socklen_t length = 0;
@@ -166,11 +196,12 @@ http_server::http_server(const std::string& address, std::uint16_t port, request
     getsockname(evconnlistener_get_fd(listener.get()), &wanted.any, &length);
     parts_->address = address;
     parts_->port = ntohs(wanted.any.sa_family == AF_INET ? wanted.v4.sin_port : wanted.v6.sin6_port);
-    if (evhttp_bind_listener(http, listener.get()) == nullptr)
+    parts_->listener = evhttp_bind_listener(http, listener.get());
+    if (parts_->listener == nullptr)
         throw std::system_error(ENOMEM, std::generic_category());
     listener.release();
-    parts_->on_terminate = stop_on(parts_->base.get(), SIGTERM);
-    parts_->on_interrupt = stop_on(parts_->base.get(), SIGINT);
+    parts_->on_terminate = parts_->stop_on(SIGTERM);
+    parts_->on_interrupt = parts_->stop_on(SIGINT);
 }
 
 http_server::~http_server() = default;

@@ -1,0 +1,231 @@
+// A store that stops in the middle, at every byte and at every stage, all at the same time: nobody waits longer than the
+// time-out, which is one second here.
+#include "tests/faults/faults_test.h"
+#include "tests/faults/reply_rules.h"
+#include "tests/transport/exchange_test.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+#include <thread>
+
+namespace korvane::test {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr int time_out_s = 1;
+constexpr milliseconds late_byte_after{900};
+constexpr milliseconds longest{
+    1500}; // the time-out, and a little for a busy machine; stretched it would be 1900
+const std::string whole_reply = json_reply(R"({"ret":0})").bytes;
+
+/// Listens; in a process of its own it serves requests for "/N": N bytes of the reply, then nothing more, ever. For "/N/late"
+/// one byte more comes when most of the time-out is over.
+class stalling_peer {
+public:
+    explicit stalling_peer(bool serving)
+        : listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        address_.sin_family = AF_INET;
+        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address_;
+        if (bind(listener_, generic(), size) != 0 || listen(listener_, serving ? 1000 : 0) != 0 ||
+            getsockname(listener_, generic(), &size) != 0) {
+            throw std::runtime_error("cannot listen");
+        }
+        if (serving) {
+            server_ = fork();
+            if (server_ == 0) {
+                serve();
+            }
+        }
+    }
+
+    ~stalling_peer()
+    {
+        if (server_ > 0) {
+            kill(server_, SIGKILL);
+            waitpid(server_, nullptr, 0);
+        }
+        for (const int socket : queue_) {
+            close(socket);
+        }
+        close(listener_);
+    }
+
+    stalling_peer(const stalling_peer&) = delete;
+    stalling_peer& operator=(const stalling_peer&) = delete;
+
+    /// From now on a connection is not even answered.
+    void fill_queue()
+    {
+        for (int i = 0; i < 4; ++i) {
+            queue_.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+            static_cast<void>(connect(queue_.back(), generic(), sizeof address_));
+        }
+    }
+
+    int port() const { return ntohs(address_.sin_port); }
+
+private:
+    sockaddr* generic() { return reinterpret_cast<sockaddr*>(&address_); }
+
+    [[noreturn]] void serve() const
+    {
+        for (;;) {
+            const int connection = accept(listener_, nullptr, nullptr);
+            char request[1024] = {};
+            if (recv(connection, request, sizeof request - 1, 0) > 0) {
+                std::thread([=, text = std::string(request)] { answer(connection, text); }).detach();
+            }
+        }
+    }
+
+    static void answer(int connection, const std::string& request)
+    {
+        const int no_delay = 1;
+        setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &no_delay, sizeof no_delay);
+        const auto came = static_cast<std::size_t>(std::stoi(request.substr(request.find('/') + 1)));
+        static_cast<void>(send(connection, whole_reply.data(), came, MSG_NOSIGNAL));
+        if (request.find("/late") != std::string::npos) {
+            std::this_thread::sleep_for(late_byte_after);
+            static_cast<void>(send(connection, whole_reply.data() + came, 1, MSG_NOSIGNAL));
+        }
+    }
+
+    int listener_;
+    sockaddr_in address_{};
+    pid_t server_ = -1;
+    std::vector<int> queue_;
+};
+
+class stalls : public faults_test {
+protected:
+    struct stalled {
+        std::string told;
+        std::function<exchanged()> call;
+        exchange_end end;
+        fault_script script;
+    };
+
+    /// Makes all calls at once, a thread each.
+    void expect_time_outs(const std::vector<stalled>& all)
+    {
+        std::vector<exchanged> ends(all.size());
+        std::vector<witnessed> seen(all.size());
+        std::vector<std::thread> threads;
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            threads.emplace_back(
+                [&, i] { seen[i] = with_faults(all[i].script, [&] { ends[i] = all[i].call(); }); });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        expect_faults(all.size());
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            EXPECT_EQ(ends[i].code, all[i].end.code) << all[i].told;
+            EXPECT_EQ(ends[i].reply, all[i].end.reply) << all[i].told;
+            EXPECT_LT(ends[i].took, longest) << all[i].told;
+            EXPECT_EQ(seen[i].blocks_left, 0) << all[i].told;
+            count_faults(ends[i].took >= milliseconds(950));
+        }
+    }
+};
+
+std::string path_of(std::size_t came, const char* more = "")
+{
+    return "GET /" + std::to_string(came) + more;
+}
+
+TEST_F(stalls, at_every_byte_of_a_reply_end_with_the_time_out)
+{
+    const stalling_peer peer(true);
+    std::vector<stalled> all;
+    for (std::size_t came = 0; came < whole_reply.size(); ++came) {
+        all.push_back({std::to_string(came) + " bytes came",
+                       [&, came] { return exchange_with(peer.port(), path_of(came), {}, time_out_s); },
+                       end_of_exchange(whole_reply.substr(0, came), earlier_reply),
+                       {}});
+    }
+    expect_time_outs(all);
+}
+
+TEST_F(stalls, at_every_byte_are_not_stretched_by_a_byte_that_comes_late)
+{
+    const stalling_peer peer(true);
+    std::vector<stalled> all;
+    for (std::size_t came = 0; came < whole_reply.size() - 1; ++came) {
+        // A byte that ends its line ends a step, and the next one has its own time.
+        if (whole_reply[came] != '\n') {
+            all.push_back(
+                {std::to_string(came) + " bytes came, and one late",
+                 [&, came] { return exchange_with(peer.port(), path_of(came, "/late"), {}, time_out_s); },
+                 end_of_exchange(whole_reply.substr(0, came + 1), earlier_reply),
+                 {}});
+        }
+    }
+    expect_time_outs(all);
+}
+
+TEST_F(stalls, before_the_reply_end_with_the_time_out)
+{
+    const std::string too_much(16U * 1024 * 1024, 'x'); // more than two sockets hold
+    const stalling_peer mute(false);
+    stalling_peer unanswering(false);
+    unanswering.fill_queue();
+    expect_time_outs({
+        {"connecting",
+         [&] { return exchange_with(unanswering.port(), "GET /", {}, time_out_s); },
+         {-1, earlier_reply},
+         {}},
+        {"sending the head",
+         [&] { return exchange_with(mute.port(), "GET /" + too_much, {}, time_out_s); },
+         {-2, earlier_reply},
+         {}},
+    });
+    const stalling_peer also_mute(false);
+    expect_time_outs({
+        {"sending the body",
+         [&] { return exchange_with(also_mute.port(), "POST /", too_much, time_out_s); },
+         {-2, earlier_reply},
+         {}},
+    });
+}
+
+TEST_F(stalls, end_with_the_time_out_though_the_socket_takes_no_options)
+{
+    const std::string too_much(16U * 1024 * 1024, 'x');
+    const stalling_peer peer(true);
+    const stalling_peer mute(false);
+    fault_script no_options;
+    no_options.at = 0;
+    no_options.times = no_limit;
+    no_options.only = "setsockopt";
+    no_options.error = EINVAL;
+    expect_time_outs({
+        {"sending",
+         [&] { return exchange_with(mute.port(), "POST /", too_much, time_out_s); },
+         {-2, earlier_reply},
+         no_options},
+        {"the status",
+         [&] { return exchange_with(peer.port(), path_of(0), {}, time_out_s); },
+         {-3, earlier_reply},
+         no_options},
+        {"the body",
+         [&] { return exchange_with(peer.port(), path_of(whole_reply.size() - 1), {}, time_out_s); },
+         end_of_exchange(whole_reply.substr(0, whole_reply.size() - 1), earlier_reply), no_options},
+    });
+}
+
+} // namespace
+
+} // namespace korvane::test

@@ -1,0 +1,80 @@
+// An app that reports anything, a client that asks anything.
+#include "tests/hostile/invariants.h"
+#include "tests/hostile/mutations.h"
+
+namespace korvane::test {
+
+namespace {
+
+std::vector<target> with_requests_in_json()
+{
+    std::vector<target> all;
+    for (const target& each : targets()) {
+        if (each.request.rfind('{', 0) == 0) {
+            all.push_back(each);
+        }
+    }
+    return all;
+}
+
+class hostile_request : public hostile_test, public ::testing::WithParamInterface<target> {
+protected:
+    use_mutation checked()
+    {
+        return [this](const mutation& changed) {
+            check(GetParam(), changed.text, GetParam().reply, changed.what);
+        };
+    }
+};
+
+TEST_P(hostile_request, with_any_value_for_any_member)
+{
+    for_each_replacement(GetParam().request, short_values(), checked());
+}
+
+TEST_P(hostile_request, with_long_and_deep_values)
+{
+    for_each_replacement(GetParam().request, long_values(), [this](const mutation& changed) {
+        if (GetParam().ending.count(changed.member) != 0) {
+            check_in_child(GetParam(), changed.text, GetParam().reply, changed.what);
+        } else {
+            check(GetParam(), changed.text, GetParam().reply, changed.what);
+        }
+    });
+}
+
+TEST_P(hostile_request, with_members_missing_or_twice)
+{
+    for_each_rearrangement(GetParam().request, checked());
+}
+
+TEST_P(hostile_request, cut_off_at_any_byte)
+{
+    for_each_truncation(GetParam().request, checked());
+}
+
+TEST_P(hostile_request, that_nests_deeply_or_is_no_json)
+{
+    for_each_depth(GetParam().request, checked());
+    for_each_nonsense(GetParam().request, checked());
+}
+
+class hostile_time : public hostile_test {};
+
+TEST_F(hostile_time, of_which_counts_are_deleted)
+{
+    const target& called = targets().back();
+    ASSERT_EQ(called.name, "delete_counts");
+    const auto checked = [&](const mutation& changed) { check(called, changed.text, called.reply, changed.what); };
+    for_each_replacement("{}", short_values(), checked);
+    for_each_replacement("{}", long_values(), checked);
+    for_each_truncation("-9223372036854775808", checked);
+    for_each_truncation("99999999999999999999999", checked);
+}
+
+INSTANTIATE_TEST_SUITE_P(of, hostile_request, ::testing::ValuesIn(with_requests_in_json()),
+                         [](const auto& info) { return info.param.name; });
+
+} // namespace
+
+} // namespace korvane::test

@@ -1,0 +1,130 @@
+// A host that forks: child and parent both go on calling.
+#include "tests/reliability/answering_store.h"
+#include "tests/reliability/child.h"
+#include "tests/reliability/sample_calls.h"
+#include "tests/reliability/test_length.h"
+#include "tests/support/sandbox_test.h"
+#include "util/url_encode.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <random>
+#include <thread>
+
+namespace korvane::test {
+
+namespace {
+
+constexpr unsigned patience = 60; // seconds that a child may take; a child that hangs takes longer
+
+/// Calls everything; what differs from what is expected is told on standard error.
+int call_all(const std::vector<call_result>& expected, int mark)
+{
+    const std::string told = differences(expected, make_all_calls(linked_entry_points(), mark));
+    std::fputs(told.c_str(), stderr);
+    return told.empty() ? 0 : 1;
+}
+
+/// Threads that call everything silent again and again until the end of its life.
+class busy_threads {
+public:
+    busy_threads()
+    {
+        for (int number = 0; number < 8; ++number) {
+            threads_.emplace_back([this] {
+                while (!ended_) {
+                    for (const sample_call& call : sample_calls()) {
+                        if (call.lines == sample_call::log::silent) {
+                            failures_ += make_call(linked_entry_points(), call, 5).code != 0;
+                        }
+                    }
+                    url_encode("Iğdır & Ann"); // a face query's, without its lines in the log
+                    ++rounds_;
+                }
+            });
+        }
+    }
+
+    ~busy_threads()
+    {
+        ended_ = true;
+        for (std::thread& thread : threads_) {
+            thread.join();
+        }
+    }
+
+    long long rounds() const { return rounds_; }
+    int failures() const { return failures_; }
+
+private:
+    std::atomic<bool> ended_{false};
+    std::atomic<long long> rounds_{0};
+    std::atomic<int> failures_{0};
+    std::vector<std::thread> threads_;
+};
+
+class reliability_fork : public sandbox_test {};
+
+TEST_F(reliability_fork, between_calls_lets_both_go_on)
+{
+    const answering_store store;
+    const std::vector<call_result> expected = make_all_calls(linked_entry_points(), 3);
+    for (int i = 0; i < by_length(5, 200); ++i) {
+        const pid_t child = start_in_child(patience, [&] { return call_all(expected, 3); });
+        EXPECT_EQ(differences(expected, make_all_calls(linked_entry_points(), 3)), "");
+        EXPECT_EQ(end_of(child), "");
+    }
+}
+
+TEST_F(reliability_fork, of_a_child_that_forks_lets_all_three_go_on)
+{
+    const answering_store store;
+    const std::vector<call_result> expected = make_all_calls(linked_entry_points(), 4);
+    const pid_t child = start_in_child(patience, [&] {
+        const pid_t grandchild = start_in_child(patience, [&] { return call_all(expected, 4); });
+        const int status = call_all(expected, 4);
+        return end_of(grandchild).empty() ? status : 2;
+    });
+    EXPECT_EQ(differences(expected, make_all_calls(linked_entry_points(), 4)), "");
+    EXPECT_EQ(end_of(child), "");
+}
+
+TEST_F(reliability_fork, while_threads_are_inside_calls_lets_the_child_call)
+{
+    const answering_store store;
+    const std::vector<call_result> expected = make_all_calls(linked_entry_points(), 6);
+    const busy_threads threads;
+    const int children = by_length(40, 2000);
+    for (int i = 0; i < children; ++i) {
+        EXPECT_EQ(end_of(start_in_child(patience, [&] { return call_all(expected, 6); })), "") << i;
+    }
+    EXPECT_GT(threads.rounds(), children);
+    EXPECT_EQ(threads.failures(), 0);
+}
+
+/// The first percent-encoding of a process sets another library up, which takes a while: a fork in there must
+/// not leave the child waiting for a thread that it does not have.
+TEST_F(reliability_fork, while_a_thread_encodes_for_the_first_time_lets_the_child_encode)
+{
+    std::mt19937 random(20231114);
+    std::uniform_int_distribution<int> moment(0, 3000);
+    for (int i = 0; i < by_length(60, 1000); ++i) {
+        const std::chrono::microseconds delay(moment(random));
+        // A process of its own, in which nothing has been encoded yet.
+        const pid_t fresh = start_in_child(patience, [delay] {
+            std::thread first([] { url_encode("a b"); });
+            std::this_thread::sleep_for(delay);
+            const pid_t child = start_in_child(5, [] { return url_encode("a b") == "a%20b" ? 0 : 1; });
+            first.join();
+            const std::string end = end_of(child);
+            std::fputs(end.c_str(), stderr);
+            return end.empty() ? 0 : 1;
+        });
+        ASSERT_EQ(end_of(fresh), "") << "fork " << delay.count() << " us after the first call began";
+    }
+}
+
+} // namespace
+
+} // namespace korvane::test
