@@ -1,39 +1,42 @@
 #!/usr/bin/env bash
-# Builds the optimised library, times it side by side with stand-ins, and prints the ratios.
+# Builds the optimised library, measures it side by side with stand-ins, and prints the tables.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 usage() {
     cat <<'END'
-usage: ./bench.sh [--quick]
+usage: ./bench.sh [--quick | --store]
 
 Installs what is missing, builds the preset "release" and runs the benchmarks in a private root and network.
-Prints tables of ratios (library / stand-in) and leaves every round as JSON in build/bench/.
+Prints tables and leaves every round as JSON in build/bench/.
 
-  --quick   few short rounds, about 15 seconds: to see that all runs, not for figures to quote (full: about 2 minutes)
+  --quick   few short rounds, about 30 seconds: to see that all runs, not for figures to quote (full: about 5 minutes)
+  --store   instead, 100,000 reports through korvane insert and korvane-store, about 3 minutes
   --help    this text
 END
 }
 
-# The shortest time of the library's side in a round, and the number of rounds.
-round_s=0.1
-rounds=15
+# The shortest time of the library's side in a round, the number of rounds, of single inserts, the largest query whose
+# memory is measured, and the runs in which instructions are counted.
+round_s=0.1 rounds=15 inserts=3000 largest=100000 runs=3
+run_store=no
 case ${1:-} in
 '') ;;
---quick) round_s=0.02 rounds=5 ;;
+--quick) round_s=0.02 rounds=3 inserts=500 largest=10000 runs=1 ;;
+--store) run_store=yes ;;
 -h | --help) usage && exit 0 ;;
 *) echo "bench.sh: unknown option '$1'" >&2 && usage >&2 && exit 2 ;;
 esac
 
-if [ -x tools/install-packages.sh ]; then
-    tools/install-packages.sh build test
-fi
+tools/install-packages.sh build test
+tools/install-packages.sh bench || echo "bench.sh: going on without what is missing" >&2
 
 build=build/release
 out=build/bench
 mkdir -p "$out"
 echo "building, see $out/build.log"
-if ! { cmake --preset release && cmake --build "$build" --target korvane_benchmarks; } >"$out/build.log" 2>&1; then
+if ! { cmake --preset release &&
+    cmake --build "$build" --target korvane_benchmarks korvane-cli korvane-store; } >"$out/build.log" 2>&1; then
     cat "$out/build.log" >&2
     echo "bench.sh: the benchmarks could not be built, see above" >&2
     exit 1
@@ -46,30 +49,37 @@ kernel=$(uname -sr)
 echo "machine:  ${cpu:-unknown processor}, $(nproc) cores; $kernel; $compiler"
 echo "load:     $(cut -d ' ' -f 1-3 /proc/loadavg) (the ratios hold best on an idle machine)"
 
+title() {
+    printf '\n%s\n' "$1"
+}
+
 # $1: program, $2: title
-run() {
-    echo
-    echo "$2: medians of $rounds rounds, ratio = library / against"
-    echo
+run_pairs() {
+    title "$2: medians of $rounds rounds, ratio = library / against"
     tools/sandbox.sh "$build/bench/$1_bench" \
         --benchmark_min_time="$round_s" --benchmark_repetitions="$rounds" \
         --benchmark_enable_random_interleaving=true \
         --benchmark_context="cpu=${cpu//,/ },kernel=$kernel,compiler=${compiler//,/ }" \
         --benchmark_out="$out/$1.json" --benchmark_out_format=json
 }
-run codec "Record texts"
-run call "Whole calls"
 
-echo
-echo "System calls of one insert of one record:"
-echo
-if command -v strace >/dev/null; then
-    # Of the inserting thread alone, and of what it does between the two lines that the program writes.
-    tools/sandbox.sh strace -o "$out/insert_once.strace" "$build/bench/insert_once" >/dev/null
-    sed '1,/"insert begins/d; /"insert ends/,$d' "$out/insert_once.strace" | tee "$out/insert_calls.txt"
-    echo "= $(wc -l <"$out/insert_calls.txt") calls"
-else
-    echo "not counted: strace is not installed (apt-get install strace)" >&2
+if [ "$run_store" = yes ]; then
+    tools/sandbox.sh bench/store_run.py "$build" "$out" 100000
+    exit
 fi
+run_pairs codec "Record texts"
+run_pairs statistics "Statistics of people counting"
+run_pairs insert "Inserts"
+run_pairs query "Queries"
+run_pairs thread "Inserts by several threads; the peer has eight, and all share the cores"
+run_pairs log "Debug log"
+title "Latency: single inserts in turns with the bare calls"
+tools/sandbox.sh "$build/bench/latency_bench" "$out/latency.json" "$inserts"
+title "Memory of queries; the heap's figures are the same in every run"
+tools/sandbox.sh "$build/bench/memory_bench" query "$out/memory_query.json" "$largest"
+title "Heap at most of the statistics decoder, the same in every run"
+tools/sandbox.sh "$build/bench/memory_bench" statistics "$out/memory_statistics.json"
+title "Counts of single calls: exact but for recv, whose pieces the kernel cuts, and 1 % of the instructions"
+tools/sandbox.sh bench/counts.py "$build/bench/one_call" "$out" "$runs"
 echo
-echo "All rounds: $out/codec.json, $out/call.json"
+echo "All rounds: $out/*.json"

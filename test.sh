@@ -68,6 +68,12 @@ check_static() {
         { grep -vE 'warnings? generated|Suppressed|Use -header-filter' build/clang-tidy.log; exit 1; }
 }
 
+check_fuzz() {
+    stage 'fuzzing: the kept inputs, and five seconds of each target'
+    ./fuzz.sh --replay || { failed=$((failed + 1)); finish; }
+    passed=$((passed + 1))
+}
+
 coverage() {
     stage 'coverage'
     build coverage
@@ -96,6 +102,7 @@ everything() {
     stage 'tests: the host supplies the session'
     build host-session
     run_tests host-session --label-regex host_session
+    check_fuzz
     check_static
 }
 

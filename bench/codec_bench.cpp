@@ -1,8 +1,9 @@
-// The human codec: encoding against the same text written by hand, decoding against json-c's parse alone.
+// The record codecs: encoding against the same text written by hand, decoding against json-c's parse alone.
 #include "bench/fail.h"
 #include "bench/hand_encoders.h"
 #include "bench/pairs.h"
 #include "bench/samples.h"
+#include "codec/face.h"
 #include "codec/human.h"
 
 #include <json-c/json.h>
@@ -14,33 +15,29 @@ namespace korvane::bench {
 namespace {
 
 using person = human_detection_metadata_information;
-using encoder = int (*)(person, std::string&);
 
-struct hand_encoder {
-    const char* name;
-    encoder encode;
-};
-
-std::string text_of(encoder encode, const person& person)
+template <class Record>
+std::string text_of(int (*encode)(Record, std::string&), const Record& record)
 {
     std::string text;
-    encode(person, text);
+    encode(record, text);
     return text;
 }
 
-void add_encode(std::size_t vertices, const hand_encoder& rival)
+/// Registers an encoder of the library against one written by hand.
+template <class Record>
+void add_encode(const std::string& kind, const Record& record, int (*encode)(Record, std::string&),
+                const std::string& rival_name, int (*rival)(Record, std::string&))
 {
-    const auto encoding = [=](encoder encode) {
-        return [encode, record = make_person(0, vertices), text = std::string()]() mutable {
-            encode(record, text);
+    const auto encoding = [&record](int (*encode_record)(Record, std::string&)) {
+        return [record, encode_record, text = std::string()]() mutable {
+            encode_record(record, text);
             benchmark::DoNotOptimize(text.data());
         };
     };
-    const std::string work = "encode/vertices:" + std::to_string(vertices);
-    const person record = make_person(0, vertices);
-    require_same(work, text_of(rival.encode, record), text_of(trans_human_metadata_info_to_string, record));
-    add_pair(work, rival.name, "record", 1, encoding(trans_human_metadata_info_to_string),
-             encoding(rival.encode));
+    const std::string work = "encode " + kind + "/vertices:" + std::to_string(record.positions.size());
+    require_same(work, text_of(rival, record), text_of(encode, record));
+    add_pair(work, rival_name, "record", 1, encoding(encode), encoding(rival));
 }
 
 std::vector<person> decode(const std::string& reply)
@@ -63,13 +60,13 @@ void require_decoded(const std::string& work, const std::string& reply, std::siz
     for (std::size_t i = 0; i < count; ++i) {
         person expected = make_person(i, 4);
         expected.func_name[0] = '\0'; // not read back
-        require_same(work, text_of(encode_by_snprintf, expected), text_of(encode_by_snprintf, records[i]));
+        require_same(work, text_of(snprintf_person, expected), text_of(snprintf_person, records[i]));
     }
 }
 
 void add_decode(std::size_t records)
 {
-    const std::string work = "decode/records:" + std::to_string(records);
+    const std::string work = "decode person/records:" + std::to_string(records);
     const auto reply = std::make_shared<const std::string>(make_reply(records));
     require_decoded(work, *reply, records);
     add_pair(
@@ -88,14 +85,18 @@ void add_decode(std::size_t records)
 int main(int argc, char** argv)
 {
     using namespace korvane::bench;
-    for (const hand_encoder& rival :
-         {hand_encoder{"snprintf", encode_by_snprintf}, hand_encoder{"memcpy", encode_by_memcpy}}) {
-        for (const std::size_t vertices : {0U, 4U, 100U}) {
-            add_encode(vertices, rival);
-        }
+    for (const std::size_t vertices : {0U, 4U, 100U}) {
+        const auto person = make_person(0, vertices);
+        add_encode("person", person, trans_human_metadata_info_to_string, "snprintf", snprintf_person);
+        add_encode("person", person, trans_human_metadata_info_to_string, "memcpy", memcpy_person);
+    }
+    for (const std::size_t vertices : {0U, 4U, 100U}) {
+        const auto face = make_face(vertices);
+        add_encode("face", face, trans_face_metadata_info_to_string, "snprintf", snprintf_face);
+        add_encode("face", face, trans_face_metadata_info_to_string, "memcpy", memcpy_face);
     }
     for (const std::size_t records : {10U, 100U, 1'000U, 10'000U}) {
         add_decode(records);
     }
-    return run_pairs(argc, argv);
+    run_pairs(argc, argv);
 }

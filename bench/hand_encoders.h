@@ -1,5 +1,5 @@
-// The encoder's stand-ins: a person's text written by hand, once as plainly and once as cheaply as C++ can.
-// Both have the library's signature, so that each side pays for the interface's copy of the record.
+// The encoders' stand-ins: a record's text written by hand, once as plainly and once as cheaply as C++ can.
+// All have the library's signature, so that each side pays for the interface's copy of the record.
 #pragma once
 
 #include <korvane/metadata_records.h>
@@ -9,9 +9,11 @@
 namespace korvane::bench {
 
 /// By snprintf into a zeroed area of 8192 bytes.
-int encode_by_snprintf(human_detection_metadata_information record, std::string& text);
+int snprintf_person(human_detection_metadata_information record, std::string& text);
+int snprintf_face(face_recognition_metadata_information record, std::string& text);
 
 /// By memcpy and to_chars, nothing checked: the record's text must fit in 8192 bytes.
-int encode_by_memcpy(human_detection_metadata_information record, std::string& text);
+int memcpy_person(human_detection_metadata_information record, std::string& text);
+int memcpy_face(face_recognition_metadata_information record, std::string& text);
 
 } // namespace korvane::bench

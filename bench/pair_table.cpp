@@ -1,12 +1,10 @@
 #include "bench/pairs.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 
@@ -17,36 +15,8 @@ namespace {
 constexpr const char* lower_quartile = "q1";
 constexpr const char* upper_quartile = "q3";
 
-struct row {
-    std::string work;
-    std::string rival;
-    std::string unit;
-    double library_s = 0;
-    double rival_s = 0;
-    double ratio = 0;
-    double ratio_q1 = 0;
-    double ratio_q3 = 0;
-};
-
-std::string time_text(double seconds)
-{
-    struct scale {
-        double below_s;
-        double factor;
-        const char* unit;
-    };
-    // From here on three digits round up to the next unit.
-    constexpr std::array<scale, 4> scales{
-        {{999.5e-9, 1e9, "ns"}, {999.5e-6, 1e6, "us"}, {0.9995, 1e3, "ms"}, {INFINITY, 1, "s"}}};
-    const scale& scale =
-        *std::find_if(scales.begin(), scales.end(), [&](const auto& s) { return seconds < s.below_s; });
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3g %s", seconds * scale.factor, scale.unit);
-    return text;
-}
-
-/// Prints one row a pair, in Markdown: medians of the rounds, and the quartiles of their ratios.
-class pair_table : public benchmark::BenchmarkReporter {
+/// Gathers the medians and quartiles of each pair.
+class pair_reporter : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context& /*context*/) override { return true; }
 
@@ -54,50 +24,60 @@ public:
     void ReportRuns(const std::vector<Run>& runs) override
     {
         for (const Run& run : runs) {
-            add(run, rows_[run.family_index]);
+            add(run, results_[run.family_index]);
         }
     }
 
-    void Finalize() override
+    std::vector<pair_result> results() const
     {
-        show_progress("");
-        std::printf("| %-26s | %-12s | %-6s | %9s | %9s | %6s | %15s |\n", "work", "against", "per",
-                    "library", "against", "ratio", "quartiles");
-        std::printf("|%.28s|%.14s|%.8s|%.10s:|%.10s:|%.7s:|%.16s:|\n", dashes, dashes, dashes, dashes, dashes,
-                    dashes, dashes);
-        for (const auto& [index, row] : rows_) {
-            std::printf("| %-26s | %-12s | %-6s | %9s | %9s | %6.3f | %6.3f to %5.3f |\n", row.work.c_str(),
-                        row.rival.c_str(), row.unit.c_str(), time_text(row.library_s).c_str(),
-                        time_text(row.rival_s).c_str(), row.ratio, row.ratio_q1, row.ratio_q3);
+        std::vector<pair_result> in_order;
+        for (const auto& [index, result] : results_) {
+            in_order.push_back(result);
         }
+        return in_order;
     }
 
 private:
-    static constexpr const char* dashes = "------------------------------";
-
-    static void add(const Run& run, row& row)
+    static void add(const Run& run, pair_result& result)
     {
         const std::string& name = run.run_name.function_name;
         const std::size_t split = name.find(against);
-        row.work = name.substr(0, split);
-        row.rival = name.substr(split + std::strlen(against));
-        row.unit = run.report_label.empty() ? row.unit : run.report_label;
+        result.work = name.substr(0, split);
+        result.rival = name.substr(split + std::strlen(against));
+        result.unit = run.report_label.empty() ? result.unit : run.report_label;
         const bool only_round = run.run_type == Run::RT_Iteration && run.repetitions == 1;
         if (only_round || run.aggregate_name == "median") {
-            row.library_s = run.counters.at(library_time);
-            row.rival_s = run.counters.at(rival_time);
-            row.ratio = run.counters.at(ratio);
+            result.library_s = run.counters.at(library_time);
+            result.rival_s = run.counters.at(rival_time);
+            result.ratio = run.counters.at(ratio);
         }
         if (only_round || run.aggregate_name == lower_quartile) {
-            row.ratio_q1 = run.counters.at(ratio);
+            result.ratio_q1 = run.counters.at(ratio);
         }
         if (only_round || run.aggregate_name == upper_quartile) {
-            row.ratio_q3 = run.counters.at(ratio);
+            result.ratio_q3 = run.counters.at(ratio);
         }
     }
 
-    std::map<std::int64_t, row> rows_; ///< in the order of registration
+    std::map<std::int64_t, pair_result> results_; ///< in the order of registration
 };
+
+void print(const std::vector<pair_result>& results)
+{
+    table pairs({{"work"},
+                 {"against"},
+                 {"per"},
+                 {"library", as_time},
+                 {"against", as_time},
+                 {"ratio", as_ratio},
+                 {"1st quartile", as_ratio},
+                 {"3rd quartile", as_ratio}});
+    for (const pair_result& result : results) {
+        pairs.add({result.work, result.rival, result.unit, result.library_s, result.rival_s, result.ratio,
+                   result.ratio_q1, result.ratio_q3});
+    }
+    pairs.print();
+}
 
 } // namespace
 
@@ -108,13 +88,6 @@ double quantile(std::vector<double> values, double share)
     return values[static_cast<std::size_t>(at)];
 }
 
-void show_progress(const std::string& name)
-{
-    if (isatty(STDERR_FILENO) != 0) {
-        std::fprintf(stderr, "\r\033[K%s", name.c_str());
-    }
-}
-
 benchmark::internal::Benchmark* set_up_rounds(benchmark::internal::Benchmark* pair)
 {
     return pair->UseManualTime()
@@ -122,16 +95,17 @@ benchmark::internal::Benchmark* set_up_rounds(benchmark::internal::Benchmark* pa
         ->ComputeStatistics(upper_quartile, [](const std::vector<double>& v) { return quantile(v, 0.75); });
 }
 
-int run_pairs(int argc, char** argv)
+std::vector<pair_result> run_pairs(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 2;
+        std::_Exit(2); // not exit: a peer's thread may be at work
     }
-    pair_table table;
-    benchmark::RunSpecifiedBenchmarks(&table);
+    pair_reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
-    return 0;
+    print(reporter.results());
+    return reporter.results();
 }
 
 } // namespace korvane::bench

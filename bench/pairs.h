@@ -1,6 +1,8 @@
 // Times two ways of doing the same work in turns, so that whatever else the machine does meets both alike.
 #pragma once
 
+#include "bench/table.h"
+
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -20,9 +22,6 @@ constexpr const char* against = "/against:";
 
 /// The value below which the given share of the values lies.
 double quantile(std::vector<double> values, double share);
-
-/// Shows on a terminal what is being timed.
-void show_progress(const std::string& name);
 
 /// Gives a benchmark its name, its statistics over the rounds and its clock: each round reports its own time.
 benchmark::internal::Benchmark* set_up_rounds(benchmark::internal::Benchmark* pair);
@@ -95,7 +94,19 @@ void add_pair(const std::string& work, const std::string& rival_name, const std:
     set_up_rounds(benchmark::RegisterBenchmark(name.c_str(), round));
 }
 
-/// Runs what the command line asks for and prints the table; the exit status of main.
-int run_pairs(int argc, char** argv);
+/// A pair's medians over the rounds, and the quartiles of its rounds' ratios.
+struct pair_result {
+    std::string work;
+    std::string rival;
+    std::string unit;
+    double library_s = 0; ///< a unit, like the next
+    double rival_s = 0;
+    double ratio = 0;
+    double ratio_q1 = 0;
+    double ratio_q3 = 0;
+};
+
+/// Runs what the command line asks for and prints the table; a wrong option ends the process with status 2.
+std::vector<pair_result> run_pairs(int argc, char** argv);
 
 } // namespace korvane::bench

@@ -63,35 +63,44 @@ bool is_whole(std::string_view request)
 
 } // namespace
 
-peer::peer()
-    : listener_(listen_on_store_port())
-    , thread_([this] { serve(); })
+std::string make_http_answer(const std::string& body)
 {
+    return "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " +
+           std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
+}
+
+peer::peer(std::size_t threads)
+    : listener_(listen_on_store_port())
+{
+    for (std::size_t i = 0; i < threads; ++i) {
+        threads_.emplace_back([this] { serve(); });
+    }
 }
 
 peer::~peer()
 {
-    shutdown(listener_, SHUT_RDWR); // accept returns
-    thread_.join();
+    shutdown(listener_, SHUT_RDWR); // every accept returns
+    for (std::thread& thread : threads_) {
+        thread.join();
+    }
     close(listener_);
 }
 
 void peer::answer_with(const std::string& body)
 {
-    const std::lock_guard<std::mutex> locked(lock_);
-    answer_ = "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " +
-              std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
+    const std::lock_guard<std::shared_mutex> locked(lock_);
+    answer_ = make_http_answer(body);
 }
 
 std::size_t peer::answer_size()
 {
-    const std::lock_guard<std::mutex> locked(lock_);
+    const std::shared_lock<std::shared_mutex> locked(lock_);
     return answer_.size();
 }
 
 std::vector<std::string> peer::set_recording(bool recording)
 {
-    const std::lock_guard<std::mutex> locked(lock_);
+    const std::lock_guard<std::shared_mutex> locked(lock_);
     recording_ = recording;
     return std::exchange(requests_, {});
 }
@@ -116,17 +125,25 @@ void peer::serve_connection(int socket)
         }
         size += static_cast<std::size_t>(count);
     }
-    {
-        const std::lock_guard<std::mutex> locked(lock_);
-        if (recording_) {
-            requests_.emplace_back(buffer.data(), size);
-        }
-        if (send(socket, answer_.data(), answer_.size(), MSG_NOSIGNAL) !=
-            static_cast<ssize_t>(answer_.size())) {
-            fail_call("the peer's send");
-        }
-    }
+    keep({buffer.data(), size});
+    answer(socket);
     recv(socket, buffer.data(), buffer.size(), 0); // until the client closes
+}
+
+void peer::keep(std::string_view request)
+{
+    if (recording_) {
+        const std::lock_guard<std::shared_mutex> locked(lock_);
+        requests_.emplace_back(request);
+    }
+}
+
+void peer::answer(int socket)
+{
+    const std::shared_lock<std::shared_mutex> locked(lock_);
+    if (send(socket, answer_.data(), answer_.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(answer_.size())) {
+        fail_call("the peer's send");
+    }
 }
 
 } // namespace korvane::bench

@@ -1,9 +1,11 @@
-// The metadata store's stand-in on 127.0.0.1:10158: a thread that does as little as an HTTP peer can.
+// The metadata store's stand-in on 127.0.0.1:10158: threads that do as little as an HTTP peer can.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
-#include <mutex>
+#include <shared_mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -11,11 +13,14 @@ namespace korvane::bench {
 
 constexpr int store_port = 10158;
 
-/// Answers every request with status 200 and the same body, one connection at a time. Requests are kept only
-/// while recorded. Fails (fail.h) when the port is taken.
+/// An answer with status 200, head and body.
+std::string make_http_answer(const std::string& body);
+
+/// Answers every request with status 200 and the same body, as many connections at a time as it has threads. Requests
+/// are kept only while recorded. Fails (fail.h) when the port is taken.
 class peer {
 public:
-    peer();
+    explicit peer(std::size_t threads = 1);
     ~peer();
     peer(const peer&) = delete;
     peer& operator=(const peer&) = delete;
@@ -38,14 +43,16 @@ public:
 private:
     void serve();
     void serve_connection(int socket);
+    void keep(std::string_view request);
+    void answer(int socket);
     std::vector<std::string> set_recording(bool recording);
 
     int listener_;
-    std::mutex lock_; ///< never contended: this side acts only between exchanges
+    std::shared_mutex lock_; ///< of the next two; held alone only between exchanges and while recording
     std::string answer_;
     std::vector<std::string> requests_;
-    bool recording_ = false;
-    std::thread thread_;
+    std::atomic<bool> recording_ = false;
+    std::vector<std::thread> threads_;
 };
 
 } // namespace korvane::bench

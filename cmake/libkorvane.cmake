@@ -13,6 +13,7 @@ set(korvane_sources
     codec/record_writer.cpp
     codec/reply_reader.cpp
     codec/vault.cpp
+    dispatch/answer_rows.cpp
     dispatch/entry_points.cpp
     dispatch/face.cpp
     dispatch/face_filters.cpp

@@ -149,8 +149,13 @@ void reserve(std::vector<bucket>& buckets, std::size_t channels, unsigned long l
 std::size_t count_channels(const json_elements& rows)
 {
     std::unordered_set<std::string_view> channels;
+    std::string_view last;
     for (json_object* row : rows) {
-        channels.insert(json_text(json_member(json_member(row, "_id"), "channel_sid")));
+        const std::string_view channel = json_text(json_member(json_member(row, "_id"), "channel_sid"));
+        if (channels.empty() || channel != last) { // rows of a channel stand together
+            channels.insert(channel);
+            last = channel;
+        }
     }
     return channels.size();
 }

@@ -13,7 +13,7 @@ namespace {
 struct kind {
     const char* name;
     int (*add)(json_object* request, char* kind_name, char* timestamp_text);
-    unsigned int (*query)(json_object* request, json_object*& answer);
+    unsigned int (*query)(json_object* request, json_object*& answer, rows_as form);
     const char* add_failed;
     const char* query_failed;
 };
@@ -26,10 +26,10 @@ int add_model(json_object* request, char* kind_name, char* timestamp_text)
 
 // clang-format off
 constexpr kind kinds[] = {
-    {"HumanDetection",  add_human_metadata,           query_human_metadata,           "failed to add humana metadata",          "query humana metadata failed"},
-    {"FaceRecognition", add_face_metadata,            query_face_metadata,            "failed to add face metadata",            "query face metadata failed"},
-    {"ObjectDetection", add_model,                    query_model_metadata,           "failed to add model metadata",           "query model metadata failed"},
-    {"PeopleCounting",  add_people_counting_metadata, query_people_counting_metadata, "failed to add people counting metadata", "query people counting metadata failed"},
+    {"HumanDetection",  add_human_metadata,           query_humans,          "failed to add humana metadata",          "query humana metadata failed"},
+    {"FaceRecognition", add_face_metadata,            query_faces,           "failed to add face metadata",            "query face metadata failed"},
+    {"ObjectDetection", add_model,                    query_models,          "failed to add model metadata",           "query model metadata failed"},
+    {"PeopleCounting",  add_people_counting_metadata, query_people_counting, "failed to add people counting metadata", "query people counting metadata failed"},
 };
 // clang-format on
 
@@ -102,7 +102,7 @@ int query(json_object* request, json_owner& answer)
     }
     answer = make_json_object();
     json_object* filled = answer.get();
-    const auto code = static_cast<int>(matched->query(request, filled));
+    const auto code = static_cast<int>(matched->query(request, filled, rows_as::text));
     if (code != 0) {
         log_debug("%s(%d)- [korvane] %s, ret = %d", here, __LINE__, matched->query_failed, code);
     }

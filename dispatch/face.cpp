@@ -1,3 +1,4 @@
+#include "dispatch/answer_rows.h"
 #include "dispatch/face_filters.h"
 #include "dispatch/ingest_steps.h"
 #include "dispatch/kinds.h"
@@ -153,7 +154,7 @@ void face_row(answer_row& row, const face_recognition_metadata_information& reco
     row.polygon("position", record.positions);
 }
 
-int query_faces(json_object* request, json_object* answer)
+int find_faces(json_object* request, json_object* answer, rows_as form)
 {
     log_debug("%s(%d)- [korvane] query face library start ", face_query.function, start_line);
     json_object* filters = open_filters(request, face_query);
@@ -185,13 +186,18 @@ int query_faces(json_object* request, json_object* answer)
               static_cast<int>(records.size()));
     const long long zone_ms = get_timezone_diff() * 1000LL;
     fill_answer(answer, total, over,
-                make_rows(records, face_query, [zone_ms](answer_row& row, const auto& record) {
+                make_rows(records, face_query, form, [zone_ms](answer_row& row, const auto& record) {
                     face_row(row, record, zone_ms);
                 }));
     return as_int(result_ok);
 }
 
 } // namespace
+
+unsigned int query_faces(json_object* request, json_object*& answer, rows_as form)
+{
+    return guarded_query(face_query, request, answer, [&] { return find_faces(request, answer, form); });
+}
 
 } // namespace korvane
 
@@ -205,9 +211,5 @@ int add_face_metadata(json_object* request, char* kind_name, char* timestamp_tex
 
 unsigned int query_face_metadata(json_object* request, json_object*& answer)
 {
-    if (request == nullptr || !json_object_is_type(answer, json_type_object)) {
-        return korvane::result_null_request;
-    }
-    return static_cast<unsigned int>(
-        korvane::guarded(__func__, [&] { return korvane::query_faces(request, answer); }));
+    return korvane::query_faces(request, answer, korvane::rows_as::objects);
 }

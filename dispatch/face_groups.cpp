@@ -2,6 +2,7 @@
 #include "dispatch/face_filters.h"
 #include "log/korvane_log.h"
 #include "store/ai_CDataBaseComm.h"
+#include "util/fixed_text.h"
 #include "util/guarded.h"
 
 #include <korvane/ai_metadata.h>

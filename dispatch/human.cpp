@@ -1,3 +1,4 @@
+#include "dispatch/answer_rows.h"
 #include "dispatch/ingest_steps.h"
 #include "dispatch/kinds.h"
 #include "dispatch/query_steps.h"
@@ -77,7 +78,7 @@ void human_row(answer_row& row, const human_detection_metadata_information& reco
     row.polygon("position", record.positions);
 }
 
-int query_humans(json_object* request, json_object* answer)
+int find_humans(json_object* request, json_object* answer, rows_as form)
 {
     json_object* filters = open_filters(request, human_query);
     if (filters == nullptr) {
@@ -98,11 +99,16 @@ int query_humans(json_object* request, json_object* answer)
         log_debug("[korvane](%s:%d) get human metadata failed", human_query.function, __LINE__);
         return code;
     }
-    fill_answer(answer, total, over, make_rows(records, human_query, human_row));
+    fill_answer(answer, total, over, make_rows(records, human_query, form, human_row));
     return as_int(result_ok);
 }
 
 } // namespace
+
+unsigned int query_humans(json_object* request, json_object*& answer, rows_as form)
+{
+    return guarded_query(human_query, request, answer, [&] { return find_humans(request, answer, form); });
+}
 
 } // namespace korvane
 
@@ -117,9 +123,5 @@ int add_human_metadata(json_object* request, char* kind_name, char* timestamp_te
 
 unsigned int query_human_metadata(json_object* request, json_object*& answer)
 {
-    if (request == nullptr || !json_object_is_type(answer, json_type_object)) {
-        return korvane::result_null_request;
-    }
-    return static_cast<unsigned int>(
-        korvane::guarded(__func__, [&] { return korvane::query_humans(request, answer); }));
+    return korvane::query_humans(request, answer, korvane::rows_as::objects);
 }

@@ -6,7 +6,7 @@
 // rows borrow the names of their members from the library: it must stay loaded as long as they live.
 #pragma once
 
-struct json_object;
+#include "dispatch/answer_rows.h"
 
 int add_human_metadata(json_object* request, char* kind_name, char* timestamp_text);
 int add_face_metadata(json_object* request, char* kind_name, char* timestamp_text);
@@ -17,3 +17,13 @@ unsigned int query_human_metadata(json_object* request, json_object*& answer);
 unsigned int query_face_metadata(json_object* request, json_object*& answer);
 unsigned int query_model_metadata(json_object* request, json_object*& answer);
 unsigned int query_people_counting_metadata(json_object* query, json_object*& answer);
+
+namespace korvane {
+
+// The query handlers themselves: those above answer in objects.
+unsigned int query_humans(json_object* request, json_object*& answer, rows_as form);
+unsigned int query_faces(json_object* request, json_object*& answer, rows_as form);
+unsigned int query_models(json_object* request, json_object*& answer, rows_as form);
+unsigned int query_people_counting(json_object* request, json_object*& answer, rows_as form);
+
+} // namespace korvane

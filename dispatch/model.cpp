@@ -1,3 +1,4 @@
+#include "dispatch/answer_rows.h"
 #include "dispatch/ingest_steps.h"
 #include "dispatch/kinds.h"
 #include "dispatch/query_steps.h"
@@ -115,7 +116,7 @@ void model_row(answer_row& row, const model_importer_metadata_information& recor
     row.polygon("position", record.positions);
 }
 
-int query_models(json_object* request, json_object* answer)
+int find_models(json_object* request, json_object* answer, rows_as form)
 {
     json_object* filters = open_filters(request, model_query);
     if (filters == nullptr) {
@@ -146,11 +147,16 @@ int query_models(json_object* request, json_object* answer)
         log_debug("[korvane](%s:%d) get model metadata failed", model_query.function, __LINE__);
         return code;
     }
-    fill_answer(answer, total, over, make_rows(records, model_query, model_row));
+    fill_answer(answer, total, over, make_rows(records, model_query, form, model_row));
     return as_int(result_ok);
 }
 
 } // namespace
+
+unsigned int query_models(json_object* request, json_object*& answer, rows_as form)
+{
+    return guarded_query(model_query, request, answer, [&] { return find_models(request, answer, form); });
+}
 
 } // namespace korvane
 
@@ -165,9 +171,5 @@ unsigned int add_model_metadata(json_object* request, char* kind_name, char* tim
 
 unsigned int query_model_metadata(json_object* request, json_object*& answer)
 {
-    if (request == nullptr || !json_object_is_type(answer, json_type_object)) {
-        return korvane::result_null_request;
-    }
-    return static_cast<unsigned int>(
-        korvane::guarded(__func__, [&] { return korvane::query_models(request, answer); }));
+    return korvane::query_models(request, answer, korvane::rows_as::objects);
 }

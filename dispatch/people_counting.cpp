@@ -1,3 +1,4 @@
+#include "dispatch/answer_rows.h"
 #include "dispatch/ingest_steps.h"
 #include "dispatch/kinds.h"
 #include "dispatch/query_steps.h"
@@ -110,9 +111,9 @@ const query_type_row* find_query_type(std::string_view name)
     return nullptr;
 }
 
-json_owner channel_buckets(const std::vector<bucket>& buckets)
+json_owner channel_buckets(const std::vector<bucket>& buckets, rows_as form)
 {
-    return make_rows(buckets, counting_query, [](answer_row& row, const bucket& bucket) {
+    return make_rows(buckets, counting_query, form, [](answer_row& row, const bucket& bucket) {
         row.digits("start_time", bucket.timestamp);
         row.number("sum_in", bucket.people_count_in);
         row.number("sum_out", bucket.people_count_out);
@@ -142,17 +143,18 @@ json_owner make_group(const bucket* first)
     return object;
 }
 
-json_owner page_of_groups(const std::vector<bucket>& buckets, unsigned long long count, const page& asked)
+json_owner page_of_groups(const std::vector<bucket>& buckets, unsigned long long count, const page& asked,
+                          rows_as form)
 {
-    json_owner groups = made_json(json_object_new_array());
     const auto first = static_cast<unsigned long long>(asked.skip); // a negative one lies behind every group
     const auto most = static_cast<unsigned long long>(std::max(asked.limit, 0));
     const unsigned long long end = first < count ? first + std::min(count - first, most) : 0;
     tzset();
+    answer_rows groups(form, end > first ? end - first : 0);
     for (unsigned long long group = first; group < end; ++group) {
-        add_json_element(groups.get(), make_group(&buckets[group * group_size]));
+        groups.add(make_group(&buckets[group * group_size]));
     }
-    return groups;
+    return groups.finish();
 }
 
 /// A statistics query as it was read; the texts within the widths that the interface gives them.
@@ -185,7 +187,7 @@ int read_statistics_query(json_object* filters, statistics_query& asked)
     return as_int(result_ok);
 }
 
-int query_statistics(json_object* request, json_object* answer)
+int find_statistics(json_object* request, json_object* answer, rows_as form)
 {
     json_object* filters = open_filters(request, counting_query);
     if (filters == nullptr) {
@@ -212,11 +214,11 @@ int query_statistics(json_object* request, json_object* answer)
         return code;
     }
     if (asked.one_channel) {
-        add_json_member(answer, "metadatalist", channel_buckets(buckets));
+        add_json_member(answer, "metadatalist", channel_buckets(buckets, form));
         add_json_member(answer, "channel_sid", make_json_text(asked.channel_sid));
     } else {
         const unsigned long long count = buckets.size() / group_size;
-        json_owner groups = page_of_groups(buckets, count, read_page(filters));
+        json_owner groups = page_of_groups(buckets, count, read_page(filters), form);
         add_json_member(answer, "count", make_json_number(static_cast<int>(count)));
         add_json_member(answer, "metadatalist", std::move(groups));
     }
@@ -240,6 +242,12 @@ int delete_counts(char* timestamp)
 
 } // namespace
 
+unsigned int query_people_counting(json_object* request, json_object*& answer, rows_as form)
+{
+    return guarded_query(counting_query, request, answer,
+                         [&] { return find_statistics(request, answer, form); });
+}
+
 } // namespace korvane
 
 int add_people_counting_metadata(json_object* request, char* kind_name, char* timestamp_text)
@@ -253,11 +261,7 @@ int add_people_counting_metadata(json_object* request, char* kind_name, char* ti
 
 unsigned int query_people_counting_metadata(json_object* query, json_object*& answer)
 {
-    if (query == nullptr || !json_object_is_type(answer, json_type_object)) {
-        return korvane::result_null_request;
-    }
-    return static_cast<unsigned int>(
-        korvane::guarded(__func__, [&] { return korvane::query_statistics(query, answer); }));
+    return korvane::query_people_counting(query, answer, korvane::rows_as::objects);
 }
 
 int delete_people_counting(void* json_text)

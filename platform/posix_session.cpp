@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr std::size_t read_ahead_size = 65'536;
+constexpr std::size_t long_reply = 65'536;
 constexpr long long forever_ms = LLONG_MAX;
 
 /// The coarse clock, some milliseconds behind: the limits are whole seconds, and it is asked several times a request.
@@ -84,9 +84,8 @@ bool to_be_tried_again()
 
 TTCPSession::TTCPSession(char* host, int port, bool, int timeout, bool, char*, int)
     : timeout_(timeout)
-    , ahead_(static_cast<unsigned char*>(std::malloc(read_ahead_size)))
 {
-    if (ahead_ == nullptr || !connect_to(host, port)) {
+    if (!connect_to(host, port)) {
         drop();
     }
 }
@@ -94,7 +93,9 @@ TTCPSession::TTCPSession(char* host, int port, bool, int timeout, bool, char*, i
 TTCPSession::~TTCPSession()
 {
     drop();
-    std::free(ahead_);
+    if (ahead_ != short_ahead_) {
+        std::free(ahead_);
+    }
 }
 
 bool TTCPSession::connect_to(const char* host, int port)
@@ -157,12 +158,25 @@ int TTCPSession::SendPacket(unsigned char* data, int length)
     return sent;
 }
 
+/// After a piece that filled the read-ahead the rest of the reply is read in large ones; without the memory it goes on
+/// in small ones.
+void TTCPSession::grow_ahead()
+{
+    if (last_ == ahead_size_ && ahead_ == short_ahead_) {
+        if (auto* large = static_cast<unsigned char*>(std::malloc(long_reply))) {
+            ahead_ = large;
+            ahead_size_ = long_reply;
+        }
+    }
+}
+
 /// Receives once into the empty read-ahead.
 bool TTCPSession::refill(step& now)
 {
+    grow_ahead();
     while (!ended_) {
         const int flags = next_flags(POLLIN, now);
-        const ssize_t count = flags < 0 ? 0 : recv(socket_handle, ahead_, read_ahead_size, flags);
+        const ssize_t count = flags < 0 ? 0 : recv(socket_handle, ahead_, ahead_size_, flags);
         if (count > 0) {
             first_ = 0;
             last_ = static_cast<std::size_t>(count);

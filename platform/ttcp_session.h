@@ -49,15 +49,20 @@ private:
 
     bool connect_to(const char* host, int port);
     int next_flags(short events, step& now) const;
+    void grow_ahead();
     bool refill(step& now);
     void drop();
+
+    static constexpr std::size_t short_reply = 2048;
 
     int timeout_;
     bool limited_ = false; ///< the socket's own waits end with the time-out
     bool ended_ = false;
-    unsigned char* ahead_; ///< bytes received and not yet asked for: [first_, last_)
+    unsigned char* ahead_ = short_ahead_; ///< bytes received and not yet asked for: [first_, last_)
+    std::size_t ahead_size_ = short_reply;
     std::size_t first_ = 0;
     std::size_t last_ = 0;
+    unsigned char short_ahead_[short_reply]; // most replies are short, and cost no block of the heap
 };
 
 #endif

@@ -9,7 +9,8 @@ set -euo pipefail
 # a|b: either will do; the first is installed when none is there.
 build=(g++ cmake ninja-build 'pkg-config|pkgconf' libjson-c-dev 'libcurl4-openssl-dev|libcurl4-gnutls-dev' libcli11-dev
     libevent-dev libsqlite3-dev libgeos-dev bubblewrap python3)
-test=(clang clang-format clang-tidy libgtest-dev libgmock-dev libbenchmark-dev gcovr abigail-tools locales strace)
+test=(clang clang-format clang-tidy libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev gcovr abigail-tools locales
+    strace)
 bench=(valgrind)
 
 usage() {

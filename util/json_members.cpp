@@ -100,8 +100,8 @@ json_object* json_array_member(json_object* object, const char* key)
 
 bool is_json_scalar(json_object* value)
 {
-    return value != nullptr && !json_object_is_type(value, json_type_object) &&
-           !json_object_is_type(value, json_type_array);
+    const json_type type = json_object_get_type(value); // null's own for null
+    return type != json_type_null && type != json_type_object && type != json_type_array;
 }
 
 std::string_view json_text(json_object* value)

@@ -74,7 +74,9 @@ TEST_F(left_behind, by_all_other_calls_is_nothing)
         {"not answered", [&] { EXPECT_EQ(insert(report), -1); }, raw_reply("")},
         {"no report", [] { EXPECT_NE(insert(R"({"timestamp":"1","results":[{}]})"), 0); }, raw_reply("")},
         {"an area of one corner",
-         [] { EXPECT_NE(query(R"({"metadata":{"function_name":"HumanDetection","x1":0.5,"y1":0.5}})").code, 0); },
+         [] {
+             EXPECT_NE(query(R"({"metadata":{"function_name":"HumanDetection","x1":0.5,"y1":0.5}})").code, 0);
+         },
          raw_reply("")},
         {"a query not answered", [&] { EXPECT_EQ(query(asked).code, -1); }, raw_reply("")},
         {"a query half answered", [&] { EXPECT_EQ(query(asked).code, -5); },

@@ -210,7 +210,8 @@ public:
             complain("an exception came out of it");
         }
         if (!seen.repeated_well || !drop_repeated(requests)) {
-            complain(seen.repeated ? "the next call did something else than usual" : "the next call did not return");
+            complain(seen.repeated ? "the next call did something else than usual"
+                                   : "the next call did not return");
         }
         look_at_outcome(that_matter(requests));
     }

@@ -7,13 +7,13 @@
 #include "codec/vault.h"
 #include "store/ai_CDataBaseComm.h"
 #include "store/send_restful_req.h"
+#include "tests/support/record_texts.h"
+#include "tests/support/sample_calls.h"
 #include "util/coordinates.h"
 #include "util/json_members.h"
 #include "util/result.h"
 #include "util/text_checks.h"
 #include "util/url_encode.h"
-#include "tests/support/record_texts.h"
-#include "tests/support/sample_calls.h"
 
 #include <korvane/ai_metadata.h>
 
@@ -105,8 +105,7 @@ struct text_and_buffer {
 swept_call newest(const std::string& kind, const std::string& reply)
 {
     return swept(
-        "get_latest_metadata/" + kind, reply,
-        text_and_buffer{sample_latest_request(kind)},
+        "get_latest_metadata/" + kind, reply, text_and_buffer{sample_latest_request(kind)},
         [](text_and_buffer& state) { return get_latest_metadata(state.text.data(), state.buffer.data()); },
         [](const text_and_buffer& state) { return state.buffer; });
 }
@@ -121,8 +120,8 @@ void add_entry_points(std::vector<swept_call>& calls)
         }
     }
     calls.push_back(report("insert_ai_metadata/refused", sample_kinds().front().report, R"({"ret":5})"));
-    calls.push_back(question<query_ai_face_metadata_list_group>("query_ai_face_metadata_list_group",
-                                                                sample_groups_request(), sample_groups_reply()));
+    calls.push_back(question<query_ai_face_metadata_list_group>(
+        "query_ai_face_metadata_list_group", sample_groups_request(), sample_groups_reply()));
     calls.push_back(newest("HumanDetection", sample_human_reply()));
     calls.push_back(newest("FaceRecognition", sample_face_reply()));
     calls.push_back(newest("ObjectDetection", sample_model_reply()));
@@ -200,9 +199,11 @@ void add_codecs(std::vector<swept_call>& calls)
         "encode/vault", done, record_and_text<vault_information>{sample_vault()},
         [](auto& state) { return trans_vault_info_to_string(state.record, state.text); },
         [](const auto& state) { return state.text; }));
-    calls.push_back(decoder<human, trans_string_to_human_metadata_info>("decode/human", sample_human_reply()));
+    calls.push_back(
+        decoder<human, trans_string_to_human_metadata_info>("decode/human", sample_human_reply()));
     calls.push_back(decoder<face, trans_string_to_face_metadata_info>("decode/face", sample_face_reply()));
-    calls.push_back(decoder<model, trans_string_to_model_metadata_info>("decode/model", sample_model_reply()));
+    calls.push_back(
+        decoder<model, trans_string_to_model_metadata_info>("decode/model", sample_model_reply()));
     calls.push_back(swept(
         "decode/face groups", done, read_records<face>{sample_groups_reply()},
         [](auto& state) {
@@ -248,11 +249,11 @@ void add_store_requests(std::vector<swept_call>& calls)
     calls.push_back(addition<human, &client::add_human_metadata>("store/add_human_metadata", sample_human()));
     calls.push_back(addition<face, &client::add_face_metadata>("store/add_face_metadata", sample_face()));
     calls.push_back(addition<model, &client::add_model_metadata>("store/add_model_metadata", sample_model()));
-    calls.push_back(addition<counts, &client::add_people_counting_metadata>("store/add_people_counting_metadata", sample_counts()));
+    calls.push_back(addition<counts, &client::add_people_counting_metadata>(
+        "store/add_people_counting_metadata", sample_counts()));
     calls.push_back(swept(
         "store/check_remove_face_metadata", done, 0,
-        [](int) { return client().check_remove_face_metadata(500000); },
-        [](int) { return std::string(); }));
+        [](int) { return client().check_remove_face_metadata(500000); }, [](int) { return std::string(); }));
     calls.push_back(swept(
         "store/delete_people_counting", done, 0, [](int) { return client().delete_people_counting(5); },
         [](int) { return std::string(); }));
@@ -273,8 +274,8 @@ void add_store_requests(std::vector<swept_call>& calls)
         "store/get_face_metadata", sample_face_reply(), std::make_pair(some_texts, read_records<face>{}),
         [](auto& state) {
             auto& [texts, to] = state;
-            return client().get_face_metadata(1, 0, 9, 0, texts, nullptr, 0, 9, texts, texts, texts, 0, 100, 0,
-                                              9, {}, {}, 1, texts, to.records, to.total, to.over);
+            return client().get_face_metadata(1, 0, 9, 0, texts, nullptr, 0, 9, texts, texts, texts, 0, 100,
+                                              0, 9, {}, {}, 1, texts, to.records, to.total, to.over);
         },
         [](const auto& state) { return text_of(state.second); }));
     calls.push_back(swept(
@@ -305,7 +306,9 @@ void add_store_requests(std::vector<swept_call>& calls)
     };
     calls.push_back(swept(
         "send_RESTful_req", sample_human_reply(), exchange{},
-        [](exchange& state) { return send_RESTful_req(10158, state.head.data(), state.body, state.reply, 5); },
+        [](exchange& state) {
+            return send_RESTful_req(10158, state.head.data(), state.body, state.reply, 5);
+        },
         [](const exchange& state) { // on failure it holds what came
             return state.reply == sample_human_reply() ? state.reply : std::string("before");
         }));
@@ -340,7 +343,8 @@ void add_helpers(std::vector<swept_call>& calls)
         },
         [](const encoding& state) { return state.encoded; }));
     calls.push_back(swept(
-        "trans_time_to_string", done, R"({ "timestamp" : 1700000000000, "a": ")" + std::string(99, 'a') + "\"}  ",
+        "trans_time_to_string", done,
+        R"({ "timestamp" : 1700000000000, "a": ")" + std::string(99, 'a') + "\"}  ",
         [](std::string& text) { return trans_time_to_string(text.data()); },
         [](const std::string& text) { return std::string(text.c_str()); }));
     calls.push_back(swept(

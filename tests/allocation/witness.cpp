@@ -101,7 +101,8 @@ std::string library_of(const call_stack& stack)
         const std::string_view object = name_of(stack.frames[i]).object;
         const std::size_t end = object.find(".so");
         if (end != std::string_view::npos && !begins_with(object, "libc.") &&
-            !begins_with(object, "libstdc++") && !begins_with(object, "libgcc") && !begins_with(object, "ld-")) {
+            !begins_with(object, "libstdc++") && !begins_with(object, "libgcc") &&
+            !begins_with(object, "ld-")) {
             return std::string(object.substr(0, end));
         }
     }

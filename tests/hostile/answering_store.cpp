@@ -44,9 +44,8 @@ bool is_request_line(std::string_view line)
 std::size_t body_size(std::string_view headers)
 {
     const std::size_t at = headers.find(announced);
-    return at == std::string_view::npos
-               ? 0
-               : std::strtoul(headers.data() + at + announced.size(), nullptr, 10);
+    return at == std::string_view::npos ? 0
+                                        : std::strtoul(headers.data() + at + announced.size(), nullptr, 10);
 }
 
 /// Head and body; what came until the connection ended, if it was less.

@@ -91,15 +91,15 @@ void add_kind(std::vector<target>& made, const sample_kind& kind)
     target report{"insert_" + kind.name, text_in<insert_ai_metadata>, kind.report, done};
     report.ending = {"timestamp"};
     if (kind.name == "HumanDetection" || statistics) {
-        report.ending.insert({"channel_sid", "appID", "appName", "model", "brand", "version", "task_name", "description"});
+        report.ending.insert(
+            {"channel_sid", "appID", "appName", "model", "brand", "version", "task_name", "description"});
     }
     made.push_back(report);
     for (const sample_query& asked : kind.queries) {
         target query{"query_" + asked.name, text_in_block_out<query_ai_metadata>, asked.request, asked.reply};
         query.keeps_request = query.fills = query.fills_json = true;
-        query.ending = statistics
-                           ? std::set<std::string>{"channel_sid", "query_type", "start_time"}
-                           : std::set<std::string>{"x1", "y1", "x2", "y2", "x3", "y3", "x4", "y4"};
+        query.ending = statistics ? std::set<std::string>{"channel_sid", "query_type", "start_time"}
+                                  : std::set<std::string>{"x1", "y1", "x2", "y2", "x3", "y3", "x4", "y4"};
         made.push_back(query);
     }
 }

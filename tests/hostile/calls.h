@@ -20,11 +20,12 @@ struct target {
     std::string name;
     call_result (*call)(const std::string& request);
     std::string request;
-    std::string reply; ///< of the store
+    std::string reply;          ///< of the store
     bool keeps_request = false; ///< when it succeeds, by contract
     bool fills = false;         ///< something of the caller's, when it succeeds
     bool fills_json = false;
-    std::set<std::string> ending = {}; ///< the members of the request, or the reply, whose long texts end the process
+    std::set<std::string> ending =
+        {}; ///< the members of the request, or the reply, whose long texts end the process
 };
 
 /// Every entry point, for every kind that it takes.

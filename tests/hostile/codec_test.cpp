@@ -69,18 +69,25 @@ std::vector<decoder> decoders()
     return {
         {"human", sample_human_reply(),
          read<human_detection_metadata_information, trans_string_to_human_metadata_info>},
-        {"face", sample_face_reply(), read<face_recognition_metadata_information, trans_string_to_face_metadata_info>},
-        {"model", sample_model_reply(), read<model_importer_metadata_information, trans_string_to_model_metadata_info>},
+        {"face", sample_face_reply(),
+         read<face_recognition_metadata_information, trans_string_to_face_metadata_info>},
+        {"model", sample_model_reply(),
+         read<model_importer_metadata_information, trans_string_to_model_metadata_info>},
         {"groups", sample_groups_reply(), read_groups},
         {"vaults", sample_vaults_reply(), read_vaults},
     };
 }
 
-/// The field that a member of the first row fills; "person_name" is that of a group list, which has no members.
+/// The field that a member of the first row fills.
 std::string field_of(const mutation& changed)
 {
-    const bool of_a_list = changed.what.rfind("/datas/0 ", 0) == 0;
-    return changed.what.find("/loc") != std::string::npos ? "positions" : of_a_list ? "person_name" : changed.member;
+    if (changed.what.rfind("/datas/0 ", 0) == 0) {
+        return "person_name"; // a list of names, which have no members
+    }
+    if (changed.what.rfind("/datas/0/loc", 0) == 0) {
+        return "positions";
+    }
+    return changed.member == "status" ? "last_recv_time_str" : changed.member;
 }
 
 class hostile_record : public ::testing::TestWithParam<decoder> {

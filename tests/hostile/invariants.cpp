@@ -38,7 +38,8 @@ bool is_known(int code, const std::string& reply)
 bool has_endless_number(const std::string& reply)
 {
     return reply.find("NaN") != std::string::npos || reply.find("Infinity") != std::string::npos ||
-           reply.find("e999") != std::string::npos || reply.find(std::string(400, '1')) != std::string::npos ||
+           reply.find("e999") != std::string::npos ||
+           reply.find(std::string(400, '1')) != std::string::npos ||
            reply.find("1e1111") != std::string::npos;
 }
 
@@ -114,22 +115,24 @@ void hostile_test::TearDown()
     std::cout << calls_ << " calls, " << endless_ << " answers with numbers that JSON lacks\n";
 }
 
-void hostile_test::check(const target& called, const std::string& request, const std::string& reply,
-                         const std::string& what)
+call_result hostile_test::check(const target& called, const std::string& request, const std::string& reply,
+                                const std::string& what)
 {
     store_->answer_with(reply);
-    const call_result result = called.call(request);
+    call_result result = called.call(request);
     const std::string wrong = wrong_with(result, called, request, reply);
     EXPECT_EQ(wrong, "") << called.name << ", " << what;
     endless_ += called.fills_json && result.answer && !is_json(*result.answer);
     count_call();
+    return result;
 }
 
 void hostile_test::check_in_child(const target& called, const std::string& request, const std::string& reply,
                                   const std::string& what)
 {
-    static const std::regex said_so("libkorvane: \"[a-z0-9_A-Z]+\" has [0-9]+ characters, at most [0-9]+ are allowed: "
-                                    "ending the process\n");
+    static const std::regex said_so(
+        "libkorvane: \"[a-z0-9_A-Z]+\" has [0-9]+ characters, at most [0-9]+ are allowed: "
+        "ending the process\n");
     store_->answer_with(reply);
     const child_end end = run_in_child([&] {
         const std::string wrong = wrong_with(called.call(request), called, request, reply);

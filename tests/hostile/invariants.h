@@ -27,7 +27,8 @@ protected:
     /// Tells what was wrong with requests, prints and records how many calls there were; none is a failure.
     void TearDown() override;
 
-    void check(const target& called, const std::string& request, const std::string& reply, const std::string& what);
+    call_result check(const target& called, const std::string& request, const std::string& reply,
+                      const std::string& what);
 
     /// The same in a child, which may also end as the interface says: with a line that tells the text that was too long.
     void check_in_child(const target& called, const std::string& request, const std::string& reply,

@@ -49,7 +49,8 @@ TEST(judge, of_requests_finds_what_is_wrong)
 
 TEST(judge, of_answers_is_as_strict_as_a_browser)
 {
-    for (const char* text : {"", "{", "{'a':1}", "{\"a\":01}", "{\"a\":1}x", "[1,]", "{\"a\":Infinity}", "\"\x01\""}) {
+    for (const char* text :
+         {"", "{", "{'a':1}", "{\"a\":01}", "{\"a\":1}x", "[1,]", "{\"a\":Infinity}", "\"\x01\""}) {
         EXPECT_FALSE(is_json(text)) << text;
     }
     EXPECT_TRUE(is_json("{\"a\":\"\xff\"}"));

@@ -21,32 +21,34 @@ protected:
         EXPECT_EQ(result.code, 0);
         EXPECT_NE(result.answer.value_or("").find(expected_in_answer), std::string::npos);
         EXPECT_LT(result.answer.value_or("").size(), 1000U);
-        return static_cast<double>(peak) / static_cast<double>(body.size());
+        const double share = static_cast<double>(peak) / static_cast<double>(body.size());
+        RecordProperty("memory_in_tenths_of_the_reply", static_cast<int>(share * 10));
+        return share;
     }
 };
 
 TEST_F(large_reply, with_one_endless_text_is_cut_to_the_field)
 {
-    const double share = memory_of(
-        {R"({"ret":0,"totalCounts":1,"datas":[{"timestamp":"5","description":")", std::string(mb, 'x'), 100, R"("}]})"},
-        R"("count": 1)");
-    RecordProperty("memory_in_tenths_of_the_reply", static_cast<int>(share * 10));
+    const double share = memory_of({R"({"ret":0,"totalCounts":1,"datas":[{"timestamp":"5","description":")",
+                                    std::string(mb, 'x'), 100, R"("}]})"},
+                                   R"("count": 1)");
     // The reply, json-c's buffer that grew to its size, and its copy of the text.
     EXPECT_LT(share, 4.5);
 }
 
 TEST_F(large_reply, of_blanks_is_an_answer)
 {
-    const double share =
-        memory_of({R"({"ret":0,"totalCounts":7,)", std::string(mb, ' '), 10, R"("datas":[]})"}, R"("count": 7)");
+    const double share = memory_of(
+        {R"({"ret":0,"totalCounts":7,)", std::string(mb, ' '), 10, R"("datas":[]})"}, R"("count": 7)");
     EXPECT_LT(share, 3.0);
 }
 
 TEST_F(large_reply, with_an_endless_member_name_is_an_answer)
 {
-    const double share = memory_of({R"({"ret":0,"totalCounts":7,")", std::string(mb, 'x'), 10, R"(":1,"datas":[]})"},
-                                   R"("count": 7)");
-    EXPECT_LT(share, 4.5);
+    const double share = memory_of(
+        {R"({"ret":0,"totalCounts":7,")", std::string(mb, 'x'), 10, R"(":1,"datas":[]})"}, R"("count": 7)");
+    // As above, and json-c copies a name twice.
+    EXPECT_LT(share, 5.5);
 }
 
 } // namespace

@@ -72,19 +72,65 @@ const std::vector<std::string>& short_values()
 {
     static const std::vector<std::string> values{
         // of every type
-        "null", "true", "false", "0", "-1", "7", "0.5", R"("")", R"("text")", R"("0.5")", "[]", "[1]", "{}",
-        R"({"a":1})", "[[],{}]",
+        "null",
+        "true",
+        "false",
+        "0",
+        "-1",
+        "7",
+        "0.5",
+        R"("")",
+        R"("text")",
+        R"("0.5")",
+        "[]",
+        "[1]",
+        "{}",
+        R"({"a":1})",
+        "[[],{}]",
         // at the ends, and past them
-        "-0", "2147483648", "9223372036854775807", "-9223372036854775808", "9223372036854775808",
-        "18446744073709551616", "-9223372036854775809", "1e308", "1e999", "-1e999", "1e-999", R"("1e999")",
+        "-0",
+        "2147483648",
+        "9223372036854775807",
+        "-9223372036854775808",
+        "9223372036854775808",
+        "18446744073709551616",
+        "-9223372036854775809",
+        "1e308",
+        "1e999",
+        "-1e999",
+        "1e-999",
+        R"("1e999")",
         R"("-922337203685477580")",
         // json-c reads these, JSON does not have them
-        "NaN", "Infinity", "-Infinity", "'quoted'", "+1", "01", "/* */ 1", "tRuE",
+        "NaN",
+        "Infinity",
+        "-Infinity",
+        "'quoted'",
+        "+1",
+        "01",
+        "/* */ 1",
+        "tRuE",
         // texts with bytes that mean something elsewhere
-        R"("\u0000")", R"("a\u0000b")", R"("\u0001\u001f\u007f")", R"("\r\nX: y")", R"("a b?c&d=\u0025")",
-        R"("\ud800")", R"("\"\\/")", "\"\x01\"", "\"\xff\xfe\"", "\"\xc3\"", "\"\xed\xa0\x80\"", "\"\xf4\x90\x80\x80\"",
+        R"("\u0000")",
+        R"("a\u0000b")",
+        R"("\u0001\u001f\u007f")",
+        R"("\r\nX: y")",
+        R"("a b?c&d=\u0025")",
+        R"("\ud800")",
+        R"("\"\\/")",
+        "\"\x01\"",
+        "\"\xff\xfe\"",
+        "\"\xc3\"",
+        "\"\xed\xa0\x80\"",
+        "\"\xf4\x90\x80\x80\"",
         // no values
-        "", "x", "\xff", "[", "\"", "1 2", ",",
+        "",
+        "x",
+        "\xff",
+        "[",
+        "\"",
+        "1 2",
+        ",",
     };
     return values;
 }
@@ -106,7 +152,14 @@ const std::vector<std::string>& long_values()
     return values;
 }
 
-void for_each_replacement(const std::string& text, const std::vector<std::string>& values, const use_mutation& use)
+const std::vector<std::string>& some_long_values()
+{
+    static const std::vector<std::string> values{long_values()[0], long_values()[7]};
+    return values;
+}
+
+void for_each_replacement(const std::string& text, const std::vector<std::string>& values,
+                          const use_mutation& use)
 {
     const json tree = json::parse(text);
     for (const pointer& place : places_in(tree)) {
@@ -130,11 +183,17 @@ void for_each_rearrangement(const std::string& text, const use_mutation& use)
             const text_with_a_hole hole(tree, place);
             const std::string key = '"' + place.back() + "\":";
             for (const char* other : {"null", "7", R"("text")", "[]", "{}"}) {
-                use({place.to_string() + " twice, then " + other, hole.filled_with(value + ',' + key + other), {}});
-                use({place.to_string() + " twice, first " + other, hole.filled_with(other + (',' + key) + value), {}});
+                use({place.to_string() + " twice, then " + other,
+                     hole.filled_with(value + ',' + key + other),
+                     {}});
+                use({place.to_string() + " twice, first " + other,
+                     hole.filled_with(other + (',' + key) + value),
+                     {}});
             }
         } else {
-            use({place.to_string() + " twice", text_with_a_hole(tree, place).filled_with(value + ',' + value), {}});
+            use({place.to_string() + " twice",
+                 text_with_a_hole(tree, place).filled_with(value + ',' + value),
+                 {}});
         }
         json without = tree;
         json& place_of_it = without[place.parent_pointer()];
@@ -159,13 +218,18 @@ void for_each_depth(const std::string& text, const use_mutation& use)
     constexpr std::size_t levels_read = 32;
     const json tree = json::parse(text);
     for (std::size_t depth = 1; depth <= levels_read + 8; ++depth) {
-        use({std::to_string(depth) + " arrays around it", repeated(depth, "[") + text + repeated(depth, "]"), {}});
-        use({std::to_string(depth) + " objects around it", repeated(depth, R"({"a":)") + text + repeated(depth, "}"), {}});
+        use({std::to_string(depth) + " arrays around it",
+             repeated(depth, "[") + text + repeated(depth, "]"),
+             {}});
+        use({std::to_string(depth) + " objects around it",
+             repeated(depth, R"({"a":)") + text + repeated(depth, "}"),
+             {}});
         json deeper = tree;
         deeper["a"] = mark;
         const pointer place("/a");
         use({std::to_string(depth) + " arrays inside it",
-             text_with_a_hole(deeper, place).filled_with(repeated(depth, "[") + repeated(depth, "]")), {}});
+             text_with_a_hole(deeper, place).filled_with(repeated(depth, "[") + repeated(depth, "]")),
+             {}});
     }
     constexpr std::size_t very_deep = 5000;
     use({"very deep", repeated(very_deep, "[") + text + repeated(very_deep, "]"), {}});
@@ -176,10 +240,11 @@ void for_each_nonsense(const std::string& text, const use_mutation& use)
 {
     const std::string zero_bytes("\0\0", 2);
     for (const std::string& nonsense :
-         {std::string(), std::string(" "), std::string("\n\n\n"), "\xef\xbb\xbf" + text, " " + text + "\r\n", text + text,
-          text + "x", text + zero_bytes, zero_bytes + text, "x" + text, std::string("<html></html>"), std::string("nul"),
-          std::string("{\"a\"}"), std::string("{\"a\":}"), std::string("[,]"), std::string("/* never closed"),
-          std::string("// a comment\n") + text, std::string(4000, ' ') + text, std::string(100, '\xff')}) {
+         {std::string(), std::string(" "), std::string("\n\n\n"), "\xef\xbb\xbf" + text, " " + text + "\r\n",
+          text + text, text + "x", text + zero_bytes, zero_bytes + text, "x" + text,
+          std::string("<html></html>"), std::string("nul"), std::string("{\"a\"}"), std::string("{\"a\":}"),
+          std::string("[,]"), std::string("/* never closed"), std::string("// a comment\n") + text,
+          std::string(4000, ' ') + text, std::string(100, '\xff')}) {
         use({"nonsense: " + nonsense.substr(0, 40), nonsense, {}});
     }
 }

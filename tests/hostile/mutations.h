@@ -22,8 +22,12 @@ const std::vector<std::string>& short_values();
 /// Values with long texts, and deep ones.
 const std::vector<std::string>& long_values();
 
+/// A few of them, for the members whose long texts end the process: a process each.
+const std::vector<std::string>& some_long_values();
+
 /// Each value in `text`, at any depth, replaced by each of `values`.
-void for_each_replacement(const std::string& text, const std::vector<std::string>& values, const use_mutation& use);
+void for_each_replacement(const std::string& text, const std::vector<std::string>& values,
+                          const use_mutation& use);
 
 /// Each member, element and sub-tree left out; each member written twice, the second time as another type.
 void for_each_rearrangement(const std::string& text, const use_mutation& use);

@@ -6,15 +6,22 @@ namespace korvane::test {
 
 namespace {
 
-std::vector<target> with_requests_in_json()
+template <class Wanted>
+std::vector<target> targets_that(Wanted wanted)
 {
     std::vector<target> all;
-    for (const target& each : targets()) {
-        if (each.request.rfind('{', 0) == 0) {
-            all.push_back(each);
-        }
-    }
+    std::copy_if(targets().begin(), targets().end(), std::back_inserter(all), wanted);
     return all;
+}
+
+bool are_asked_in_json(const target& each)
+{
+    return each.request.rfind('{', 0) == 0;
+}
+
+bool may_end_the_process(const target& each)
+{
+    return !each.ending.empty();
 }
 
 class hostile_request : public hostile_test, public ::testing::WithParamInterface<target> {
@@ -35,10 +42,19 @@ TEST_P(hostile_request, with_any_value_for_any_member)
 TEST_P(hostile_request, with_long_and_deep_values)
 {
     for_each_replacement(GetParam().request, long_values(), [this](const mutation& changed) {
+        if (GetParam().ending.count(changed.member) == 0) {
+            check(GetParam(), changed.text, GetParam().reply, changed.what);
+        }
+    });
+}
+
+class ending_request : public hostile_request {};
+
+TEST_P(ending_request, with_texts_that_are_too_long_ends_the_process_with_a_line)
+{
+    for_each_replacement(GetParam().request, some_long_values(), [this](const mutation& changed) {
         if (GetParam().ending.count(changed.member) != 0) {
             check_in_child(GetParam(), changed.text, GetParam().reply, changed.what);
-        } else {
-            check(GetParam(), changed.text, GetParam().reply, changed.what);
         }
     });
 }
@@ -65,14 +81,19 @@ TEST_F(hostile_time, of_which_counts_are_deleted)
 {
     const target& called = targets().back();
     ASSERT_EQ(called.name, "delete_counts");
-    const auto checked = [&](const mutation& changed) { check(called, changed.text, called.reply, changed.what); };
+    const auto checked = [&](const mutation& changed) {
+        check(called, changed.text, called.reply, changed.what);
+    };
     for_each_replacement("{}", short_values(), checked);
     for_each_replacement("{}", long_values(), checked);
     for_each_truncation("-9223372036854775808", checked);
     for_each_truncation("99999999999999999999999", checked);
 }
 
-INSTANTIATE_TEST_SUITE_P(of, hostile_request, ::testing::ValuesIn(with_requests_in_json()),
+INSTANTIATE_TEST_SUITE_P(of, hostile_request, ::testing::ValuesIn(targets_that(are_asked_in_json)),
+                         [](const auto& info) { return info.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(of, ending_request, ::testing::ValuesIn(targets_that(may_end_the_process)),
                          [](const auto& info) { return info.param.name; });
 
 } // namespace

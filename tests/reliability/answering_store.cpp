@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
@@ -20,7 +21,7 @@ namespace korvane::test {
 namespace {
 
 constexpr int port = 10158;
-constexpr int server_threads = 4;
+constexpr int server_threads = answering_store::most_held + 2;
 constexpr std::string_view head_end = "\r\n\r\n";
 constexpr std::string_view mark = "########"; // room for a time of eight digits
 
@@ -119,6 +120,7 @@ answering_store::answering_store(recording recorded)
 
 answering_store::~answering_store()
 {
+    release();
     shutdown(listener_, SHUT_RDWR); // ends every accept
     for (std::thread& thread : threads_) {
         thread.join();
@@ -186,9 +188,21 @@ bool answering_store::serve_connection(int connection)
         body.append(part, recording_ ? static_cast<std::size_t>(count) : 0);
     }
     if (recording_) {
-        record(head, std::move(body)); // before the reply: whoever has his answer finds it recorded
+        record(head, body); // before the reply: whoever has his answer finds it recorded
+    }
+    if (start_time(head) == held_time) {
+        hold_back();
     }
     return send_reply(connection, head);
+}
+
+void answering_store::hold_back()
+{
+    ++held_;
+    while (!released_) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    --held_;
 }
 
 bool answering_store::send_reply(int connection, std::string_view head) const
@@ -204,7 +218,7 @@ bool answering_store::send_reply(int connection, std::string_view head) const
     return send_all(connection, {bytes, reply->bytes.size()});
 }
 
-void answering_store::record(std::string_view head, std::string body)
+void answering_store::record(std::string_view head, const std::string& body)
 {
     std::string request(head.substr(0, head.find(" HTTP/1.1\r\n")));
     const std::lock_guard<std::mutex> lock(mutex_);

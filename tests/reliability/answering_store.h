@@ -29,6 +29,13 @@ public:
     /// How many whole requests were answered.
     long long answered() const { return answered_; }
 
+    /// Requests with this "start_time" are not answered until release(), each keeping one thread of the store; there are
+    /// two more threads than this number of them.
+    static constexpr std::string_view held_time = "99999999";
+    static constexpr int most_held = 3;
+    int held() const { return held_; }
+    void release() { released_ = true; }
+
     /// "POST /path" or "GET /path?query" and the body of every request so far, sorted. Only when recording.
     std::vector<std::string> requests();
 
@@ -43,14 +50,17 @@ private:
     void start();
     void serve();
     bool serve_connection(int connection);
+    void hold_back();
     bool send_reply(int connection, std::string_view head) const;
-    void record(std::string_view head, std::string body);
+    void record(std::string_view head, const std::string& body);
 
     const std::vector<canned_reply> replies_;
     const bool recording_;
     int listener_ = -1;
     std::vector<std::thread> threads_;
     std::atomic<long long> answered_{0};
+    std::atomic<int> held_{0};
+    std::atomic<bool> released_{false};
     std::mutex mutex_;
     std::vector<std::string> requests_;
 };

@@ -29,6 +29,11 @@ inline pid_t start_in_child(unsigned seconds, const std::function<int()>& work)
     return child;
 }
 
+inline std::string ended_by(int signal_number)
+{
+    return "ended by signal " + std::to_string(signal_number);
+}
+
 /// Waits for the child: "" when it ended with status 0.
 inline std::string end_of(pid_t child)
 {
@@ -37,7 +42,7 @@ inline std::string end_of(pid_t child)
         return "waitpid failed";
     }
     if (WIFSIGNALED(state)) {
-        return "ended by signal " + std::to_string(WTERMSIG(state));
+        return ended_by(WTERMSIG(state));
     }
     return WEXITSTATUS(state) == 0 ? "" : "ended with status " + std::to_string(WEXITSTATUS(state));
 }

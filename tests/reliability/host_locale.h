@@ -5,9 +5,9 @@
 
 namespace korvane::test {
 
-/// While it lives, this process has the locale of a country: with setlocale(LC_ALL) and as C++'s global locale. Makes
-/// the locale in the sandbox's /tmp (localedef and the sources of Debian's package "locales"); throws
-/// std::runtime_error with what is missing when that fails.
+/// While it lives, this process has the locale of a country with a decimal comma: by setlocale(LC_ALL), and
+/// its way with numbers as C++'s global locale. Makes the locale in the sandbox's /tmp (localedef and the
+/// sources of Debian's package "locales"); throws std::runtime_error with what is missing when that fails.
 class host_locale {
 public:
     /// `country` "de_DE", `charset` "UTF-8".

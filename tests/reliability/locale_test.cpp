@@ -5,11 +5,11 @@
 #include "tests/support/debug_log.h"
 #include "tests/support/sandbox_test.h"
 
+#include <cctype>
 #include <clocale>
 #include <cstdio>
 #include <cwctype>
 #include <sstream>
-#include <strings.h>
 
 namespace korvane::test {
 
@@ -70,12 +70,12 @@ TEST_F(reliability_locale, of_turkey_changes_no_byte)
     expect_alike(plain, call_everything());
 }
 
-/// With one byte a letter, tolower and strcasecmp know of the two kinds of I, too.
+/// With one byte a letter, tolower and what is made of it know of the two kinds of I, too.
 TEST_F(reliability_locale, of_turkey_with_one_byte_a_letter_changes_no_byte)
 {
     const everything plain = call_everything();
     const host_locale turkish("tr_TR", "ISO-8859-9");
-    ASSERT_NE(strcasecmp("PIPE", "pipe"), 0);
+    ASSERT_NE(std::tolower('I'), 'i');
     ASSERT_EQ(printed_half(), "0,5");
     expect_alike(plain, call_everything());
 }

@@ -86,6 +86,9 @@ void call_in_turn(const char* what, const std::vector<sample_call>& calls, int c
     EXPECT_EQ(failures, 0);
 }
 
+/// What the bytes may differ by with the same number of blocks: some are a little larger than asked for, because the rest
+/// would have been too small for another, and the heap keeps some at hand. It levels out after some ten thousand calls.
+constexpr long long heap_noise = 64 << 10;
 constexpr long long page_noise = 1 << 20; // what the resident memory may differ by with the heap unchanged
 
 class reliability_soak : public sandbox_test {
@@ -105,7 +108,7 @@ TEST_F(reliability_soak, of_inserts_leaves_nothing)
     const process_state growth = state_now() - before;
     print("inserts", count, growth);
     EXPECT_EQ(growth.blocks, 0);
-    EXPECT_LE(growth.heap_bytes, 4096); // the heap's own, of one block at another place
+    EXPECT_LE(growth.heap_bytes, heap_noise);
     EXPECT_LE(growth.resident_bytes, page_noise);
     EXPECT_EQ(growth.descriptors, 0);
 }
@@ -123,7 +126,7 @@ TEST_F(reliability_soak, of_calls_that_keep_no_request_leaves_nothing)
     const process_state growth = state_now() - before;
     print("look-ups", count, growth);
     EXPECT_EQ(growth.blocks, 0);
-    EXPECT_LE(growth.heap_bytes, 4096);
+    EXPECT_LE(growth.heap_bytes, heap_noise);
     EXPECT_LE(growth.resident_bytes, page_noise);
     EXPECT_EQ(growth.descriptors, 0);
 }
@@ -148,7 +151,7 @@ TEST_F(reliability_soak, of_calls_that_fail_leaves_nothing)
     const process_state growth = state_now() - before;
     print("failures", count, growth);
     EXPECT_EQ(growth.blocks, 0);
-    EXPECT_LE(growth.heap_bytes, 4096);
+    EXPECT_LE(growth.heap_bytes, heap_noise);
     EXPECT_LE(growth.resident_bytes, page_noise);
     EXPECT_EQ(growth.descriptors, 0);
 }
@@ -189,7 +192,7 @@ TEST_F(reliability_soak, of_queries_leaves_the_parsed_requests_and_nothing_else)
     EXPECT_GT(kept.blocks, 4LL * count);
     EXPECT_EQ(growth.blocks, kept.blocks);
     EXPECT_NEAR(static_cast<double>(growth.heap_bytes), static_cast<double>(kept.heap_bytes),
-                0.02 * static_cast<double>(kept.heap_bytes) + 4096);
+                0.02 * static_cast<double>(kept.heap_bytes) + static_cast<double>(heap_noise));
     EXPECT_LE(growth.resident_bytes, growth.heap_bytes + page_noise);
     EXPECT_EQ(growth.descriptors, 0);
 }

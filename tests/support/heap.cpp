@@ -28,27 +28,21 @@ long long heap_blocks_taken()
     return 0;
 }
 
-void start_heap_peak()
-{
-}
+void start_heap_peak() {}
 
 std::size_t heap_peak()
 {
     return 0;
 }
 
-void fail_allocations(const failing_allocations& /*which*/)
-{
-}
+void fail_allocations(const failing_allocations& /*which*/) {}
 
 std::size_t stop_failing_allocations()
 {
     return 0;
 }
 
-void spoil_heap_blocks()
-{
-}
+void spoil_heap_blocks() {}
 
 } // namespace korvane::test
 
@@ -63,11 +57,12 @@ void spoil_heap_blocks()
 
 // The C library's own, which the definitions below stand in front of.
 extern "C" {
-void* __libc_malloc(std::size_t size) noexcept;                          // NOLINT(bugprone-reserved-identifier)
-void* __libc_calloc(std::size_t count, std::size_t size) noexcept;       // NOLINT(bugprone-reserved-identifier)
-void* __libc_realloc(void* block, std::size_t size) noexcept;            // NOLINT(bugprone-reserved-identifier)
-void* __libc_memalign(std::size_t alignment, std::size_t size) noexcept; // NOLINT(bugprone-reserved-identifier)
-void __libc_free(void* block) noexcept;                                  // NOLINT(bugprone-reserved-identifier)
+void* __libc_malloc(std::size_t size) noexcept;                    // NOLINT(bugprone-reserved-identifier)
+void* __libc_calloc(std::size_t count, std::size_t size) noexcept; // NOLINT(bugprone-reserved-identifier)
+void* __libc_realloc(void* block, std::size_t size) noexcept;      // NOLINT(bugprone-reserved-identifier)
+void* __libc_memalign(std::size_t alignment,
+                      std::size_t size) noexcept; // NOLINT(bugprone-reserved-identifier)
+void __libc_free(void* block) noexcept;           // NOLINT(bugprone-reserved-identifier)
 }
 
 namespace korvane::test {

@@ -24,20 +24,21 @@ std::string report(const char* kind, const char* app_id, const char* app_name, c
 
 std::string object_report(const char* kind, const std::string& more)
 {
-    const std::string object =
-        R"({"description":"a person in the doorway, seen from above",)" + more + R"("position":)" + vertices + "}";
+    const std::string object = R"({"description":"a person in the doorway, seen from above",)" + more +
+                               R"("position":)" + vertices + "}";
     return report(kind, "appID", "appName",
                   R"("version":"1.2","model_version":"1.2","objects":[[)" + object + "]]");
 }
 
 std::string face_report()
 {
-    return report("FaceRecognition", "app_id", "app_name",
-                  R"("model_version":"3.4","function_results":{"tubes":[{"description":"smiles","status":"in",)"
-                  R"("person_id":"p1","person_key":"a key in the library of faces","stranger_id":"s1",)"
-                  R"("person_name":"Ann","group_name":"staff","gender":"female","resultId":"r1",)"
-                  R"("registered":true,"confidence":97.5,"ageVal":31,"position":)" +
-                      std::string(vertices) + "}]}");
+    return report(
+        "FaceRecognition", "app_id", "app_name",
+        R"("model_version":"3.4","function_results":{"tubes":[{"description":"smiles","status":"in",)"
+        R"("person_id":"p1","person_key":"a key in the library of faces","stranger_id":"s1",)"
+        R"("person_name":"Ann","group_name":"staff","gender":"female","resultId":"r1",)"
+        R"("registered":true,"confidence":97.5,"ageVal":31,"position":)" +
+            std::string(vertices) + "}]}");
 }
 
 /// A query's request; `filters` begin with a comma.
@@ -125,8 +126,8 @@ std::vector<sample_kind> sample_kinds()
          {{"HumanDetection", query("HumanDetection", common_filters()), sample_human_reply()}}},
         {"FaceRecognition",
          face_report(),
-         {{"FaceRecognition",
-           query("FaceRecognition", face_filters() + R"(,"dir":"ASC","partail_query":1)"), sample_face_reply()}}},
+         {{"FaceRecognition", query("FaceRecognition", face_filters() + R"(,"dir":"ASC","partail_query":1)"),
+           sample_face_reply()}}},
         {"ObjectDetection",
          object_report("ObjectDetection", R"("object_name":"bag","confidence":97.5,)"),
          {{"ObjectDetection",

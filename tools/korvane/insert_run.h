@@ -60,7 +60,7 @@ private:
     long long refused_ = 0;
     long long fatal_ = 0;
     long long unsent_ = 0;
-    std::string first_unsent_; // its place
+    std::string first_unsent_;                   // its place
     std::map<unsigned int, long long> refusals_; // by code
 };
 
