@@ -52,10 +52,16 @@ bool is_decimal_fraction(const char* text)
 
 /// A number that is written as its text stands, null when that is none: what the parser would make of the text, at a
 /// quarter of its cost.
-json_owner make_coordinate(const char (&field)[33])
+json_owner make_coordinate(const char (&field)[33], rows_as form)
 {
     if (!is_decimal_fraction(field)) {
         return parse_json(field);
+    }
+    if (form == rows_as::text) { // written before the record is gone, and its value never asked for
+        json_owner number = made_json(json_object_new_double(0));
+        json_object_set_serializer(number.get(), json_object_userdata_to_json_string,
+                                   const_cast<char*>(field), nullptr);
+        return number;
     }
     double value = 0;
     std::from_chars(field, field + sizeof field, value);
@@ -63,12 +69,12 @@ json_owner make_coordinate(const char (&field)[33])
 }
 
 /// [{"x":..., "y":...}, ...]; null when a coordinate is no number.
-json_owner make_position(const Tposition_xy* vertices, std::size_t count)
+json_owner make_position(const Tposition_xy* vertices, std::size_t count, rows_as form)
 {
     json_owner position = made_json(json_object_new_array_ext(static_cast<int>(count)));
     for (std::size_t i = 0; i < count; ++i) {
-        json_owner x = make_coordinate(vertices[i].x);
-        json_owner y = make_coordinate(vertices[i].y);
+        json_owner x = make_coordinate(vertices[i].x, form);
+        json_owner y = make_coordinate(vertices[i].y, form);
         if (!x || !y) {
             return nullptr;
         }
@@ -82,9 +88,10 @@ json_owner make_position(const Tposition_xy* vertices, std::size_t count)
 
 } // namespace
 
-answer_row::answer_row(const query_log& log)
+answer_row::answer_row(const query_log& log, rows_as form)
     : row_(make_json_object())
     , log_(log)
+    , form_(form)
 {
 }
 
@@ -137,7 +144,7 @@ void answer_row::polygon(const char* name, const std::vector<Tposition_xy>& vert
         log_debug("[korvane](%s:%d) %s holds %zu of %zu vertices, the others do not fit", log_.function,
                   __LINE__, name, count, vertices.size());
     }
-    add(name, make_position(vertices.data(), count));
+    add(name, make_position(vertices.data(), count, form_));
 }
 
 namespace {

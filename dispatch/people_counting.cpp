@@ -124,19 +124,19 @@ json_owner channel_buckets(const std::vector<bucket>& buckets, rows_as form)
 /// channel.
 constexpr unsigned long long group_size = 7;
 
-json_owner make_group(const bucket* first)
+json_owner make_group(const bucket* first, rows_as form)
 {
     json_owner data = made_json(json_object_new_array());
     for (unsigned long long i = 0; i < group_size; ++i) {
         char date[date_size];
         write_day(first[i].timestamp, date);
-        answer_row row(counting_query);
+        answer_row row(counting_query, form);
         row.text("date", date);
         row.number("sum_in", first[i].people_count_in);
         row.number("sum_out", first[i].people_count_out);
         add_json_element(data.get(), row.finish());
     }
-    answer_row group(counting_query);
+    answer_row group(counting_query, form);
     group.text("channel_sid", first->channel_sid);
     json_owner object = group.finish();
     add_json_member(object.get(), "data", std::move(data));
@@ -152,7 +152,7 @@ json_owner page_of_groups(const std::vector<bucket>& buckets, unsigned long long
     tzset();
     answer_rows groups(form, end > first ? end - first : 0);
     for (unsigned long long group = first; group < end; ++group) {
-        groups.add(make_group(&buckets[group * group_size]));
+        groups.add(make_group(&buckets[group * group_size], form));
     }
     return groups.finish();
 }

@@ -8,18 +8,19 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
-constexpr const char* base_folder = "/Vdbglog";
-constexpr const char* log_folder = ".zymux_log";
-constexpr const char* file_name = ".ai_log_";
+constexpr const char* log_folder = "/Vdbglog/.zymux_log";
 constexpr int file_count = 5;
 constexpr off_t full_size = 1'048'576;
 constexpr int lock_seconds = 3;
@@ -27,13 +28,13 @@ char lock_path[] = "/var/.korvane_log_lock";
 constexpr const char* failure_marker = "/tmp/log_korvane_fail";
 
 struct file_path {
-    char text[256];
+    char text[sizeof "/Vdbglog/.zymux_log/.ai_log_0"] = "/Vdbglog/.zymux_log/.ai_log_0";
 };
 
 file_path path_of(int index)
 {
-    file_path path{};
-    std::snprintf(path.text, sizeof path.text, "%s/%s/%s%d", base_folder, log_folder, file_name, index);
+    file_path path;
+    path.text[sizeof path.text - 2] = static_cast<char>('0' + index);
     return path;
 }
 
@@ -73,11 +74,9 @@ file_path choose_file()
 
 void make_log_folder()
 {
-    char path[128];
-    std::snprintf(path, sizeof path, "%s/%s", base_folder, log_folder);
     struct stat status {};
-    if (stat(path, &status) != 0) {
-        mkdir(path, 0755);
+    if (stat(log_folder, &status) != 0) {
+        mkdir(log_folder, 0755);
     }
 }
 
@@ -89,6 +88,19 @@ void mark_failure()
     if (file >= 0) {
         close(file);
     }
+}
+
+/// Writes a number that is not negative, at least `width` characters wide, and what stands behind it.
+char* put(char* at, int value, int width, char filler, std::string_view behind)
+{
+    std::array<char, 12> digits;
+    const auto length =
+        std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr - digits.data();
+    for (auto i = length; i < width; ++i) {
+        *at++ = filler;
+    }
+    at = std::copy_n(digits.data(), length, at);
+    return std::copy(behind.begin(), behind.end(), at);
 }
 
 /// One line in the making. The message is formatted before the lock is taken and the prefix under it, so that
@@ -170,10 +182,17 @@ private:
         gettimeofday(&now, nullptr);
         tzset();
         const std::tm local = korvane::local_time(now.tv_sec);
-        return static_cast<std::size_t>(
-            std::snprintf(prefix, sizeof prefix, "%04d/%02d/%02d %02d:%02d:%02d:%06d  [%5d] ",
-                          local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-                          local.tm_sec, static_cast<int>(now.tv_usec), static_cast<int>(getpid())));
+        // "%04d/%02d/%02d %02d:%02d:%02d:%06d  [%5d] ", which printf itself takes 6 % of a line's time for
+        char* end = prefix;
+        end = put(end, local.tm_year + 1900, 4, '0', "/");
+        end = put(end, local.tm_mon + 1, 2, '0', "/");
+        end = put(end, local.tm_mday, 2, '0', " ");
+        end = put(end, local.tm_hour, 2, '0', ":");
+        end = put(end, local.tm_min, 2, '0', ":");
+        end = put(end, local.tm_sec, 2, '0', ":");
+        end = put(end, static_cast<int>(now.tv_usec), 6, '0', "  [");
+        end = put(end, static_cast<int>(getpid()), 5, ' ', "] ");
+        return static_cast<std::size_t>(end - prefix);
     }
 
     char small_[1024];
