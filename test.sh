@@ -110,7 +110,7 @@ everything() {
     run_tests tsan --label-regex threads
     stage 'tests: the host supplies the session'
     build host-session
-    run_tests host-session --label-regex host_session
+    run_tests host-session --tests-regex host_session
     check_fuzz
     check_static
 }

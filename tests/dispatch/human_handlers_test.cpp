@@ -10,6 +10,8 @@
 
 #include <korvane/ai_metadata.h>
 
+#include <cstdlib>
+
 namespace korvane::test {
 
 namespace {
@@ -162,6 +164,42 @@ TEST_F(human_query_handler, adds_to_the_answer_that_is_there)
     EXPECT_EQ(result.code, result_ok);
     EXPECT_TRUE(result.same_object);
     EXPECT_EQ(result.answer, R"({ "kept": 1, "over": 2, "count": 7, "metadatalist": [ ] })");
+}
+
+json_object* member(json_object* object, const char* key)
+{
+    json_object* value = nullptr;
+    json_object_object_get_ex(object, key, &value);
+    return value;
+}
+
+TEST_F(human_query_handler, answers_in_objects_that_have_the_entry_points_text)
+{
+    const std::string reply =
+        R"({"ret":0,"totalCounts":2,"datas":[{"app_name":"Doors","loc":[[0.25,1],[-2.5,0.1]]},{"channel_sid":"a"}]})";
+    store_.reply_with(json_reply(reply));
+    store_.reply_with(json_reply(reply));
+    const auto request = parsed(R"({"metadata":{"function_name":"HumanDetection","end_time":5}})");
+    const auto answer = parsed("{}");
+    json_object* filled = answer.get();
+    ASSERT_EQ(query_human_metadata(request.get(), filled), result_ok);
+
+    json_object* rows = member(filled, "metadatalist");
+    ASSERT_EQ(json_object_array_length(rows), 2U);
+    json_object* first = json_object_array_get_idx(rows, 0);
+    EXPECT_STREQ(json_object_get_string(member(first, "appName")), "Doors");
+    json_object* position = member(first, "position");
+    ASSERT_EQ(json_object_array_length(position), 2U);
+    EXPECT_EQ(json_object_get_double(member(json_object_array_get_idx(position, 0), "x")), 0.25);
+    EXPECT_EQ(json_object_get_double(member(json_object_array_get_idx(position, 0), "y")), 1.0);
+    EXPECT_EQ(json_object_get_double(member(json_object_array_get_idx(position, 1), "x")), -2.5);
+    EXPECT_EQ(json_object_get_double(member(json_object_array_get_idx(position, 1), "y")), 0.1);
+
+    std::string text = R"({"metadata":{"function_name":"HumanDetection","end_time":5}})";
+    void* told = nullptr;
+    ASSERT_EQ(query_ai_metadata(text.data(), &told), 0);
+    EXPECT_EQ(std::string(static_cast<char*>(told)), json_object_to_json_string(filled));
+    std::free(told);
 }
 
 TEST_F(human_query_handler, does_not_look_at_the_kinds_name)

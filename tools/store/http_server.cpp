@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr std::size_t longest_headers = 64 * 1024; // clients send lines of up to 8 KiB
+constexpr std::size_t longest_headers = 65'536; // clients send lines of up to 8 KiB
 constexpr int idle_seconds = 60;
 
 struct event_releaser {
@@ -199,7 +199,7 @@ http_server::http_server(const std::string& address, std::uint16_t port, request
     parts_->listener = evhttp_bind_listener(http, listener.get());
     if (parts_->listener == nullptr)
         throw std::system_error(ENOMEM, std::generic_category());
-    listener.release();
+    static_cast<void>(listener.release());
     parts_->on_terminate = parts_->stop_on(SIGTERM);
     parts_->on_interrupt = parts_->stop_on(SIGINT);
 }

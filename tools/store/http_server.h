@@ -7,7 +7,7 @@
 #include <string>
 
 /// The longest body that is taken, in bytes; a longer one is answered with status 413.
-constexpr std::size_t longest_body = 1024 * 1024;
+constexpr std::size_t longest_body = 1'048'576;
 
 /// Refuses every address but a loopback one (127.0.0.0/8 or ::1), with a sentence that says so; empty if
 /// fine.

@@ -86,6 +86,8 @@ int serve(const options& chosen)
 
 } // namespace
 
+// What CLI11 or an output stream throws ends the program, as it should.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv)
 {
     options chosen;

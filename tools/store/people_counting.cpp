@@ -39,8 +39,8 @@ statistics_query read_statistics_query(const std::string& raw_query)
         throw refusal(ret_code::bad_parameter,
                       "parameter query_type is " + quoted(type) + ", expected 15-min, hour or day");
     const auto integer = [&](std::string_view name) { return read_integer(name, parameters.require(name)); };
-    const statistics_query query = {integer("timestamp"), integer("end_time"), integer("interval"),
-                                    std::string(parameters.find("channel_sid").value_or(""))};
+    statistics_query query = {integer("timestamp"), integer("end_time"), integer("interval"),
+                              std::string(parameters.find("channel_sid").value_or(""))};
     if (query.interval <= 0)
         throw refusal(ret_code::bad_parameter, "parameter interval is " +
                                                    quoted(parameters.require("interval")) +
