@@ -2,6 +2,7 @@
 #include "bench/bare_exchange.h"
 #include "bench/call_pairs.h"
 #include "bench/curl_exchange.h"
+#include "bench/hand_insert.h"
 #include "bench/library_calls.h"
 #include "bench/samples.h"
 
@@ -19,12 +20,15 @@ timed_call make_insert(const std::string& work, std::size_t persons, std::size_t
     return call;
 }
 
-void add_rivals(const timed_call& call, peer& peer)
+void add_rivals(std::size_t persons, peer& peer)
 {
+    const timed_call call = make_insert("insert/persons:" + std::to_string(persons), persons, 1, peer);
     const std::size_t answer_size = peer.answer_size();
     add_call_pair(call, "bare calls", peer, bare_exchanges(call.requests, answer_size));
     add_call_pair(call, "bare, time-outs", peer,
                   bare_exchanges(call.requests, answer_size, socket_options::no_delay_and_time_outs));
+    add_call_pair(call, "by hand", peer,
+                  [report = make_report(persons, 1)] { insert_by_hand(report.c_str()); });
     add_call_pair(call, "libcurl", peer, curl_exchanges(call.requests));
 }
 
@@ -43,7 +47,7 @@ int main(int argc, char** argv)
     using namespace korvane::bench;
     peer store;
     for (const std::size_t persons : {1U, 100U}) {
-        add_rivals(make_insert("insert/persons:" + std::to_string(persons), persons, 1, store), store);
+        add_rivals(persons, store);
     }
     for (const std::size_t results : {1U, 2U, 5U, 10U}) {
         add_results(results, store);

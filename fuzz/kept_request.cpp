@@ -34,20 +34,20 @@ void settle_request(bool query_succeeded)
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
 extern "C" {
-json_object* __real_json_tokener_parse(const char* text);
-json_object* __wrap_json_tokener_parse(const char* text);
+json_object* __real_json_tokener_parse_ex(json_tokener* tokener, const char* text, int length);
+json_object* __wrap_json_tokener_parse_ex(json_tokener* tokener, const char* text, int length);
 }
 
-json_object* __wrap_json_tokener_parse(const char* text)
+json_object* __wrap_json_tokener_parse_ex(json_tokener* tokener, const char* text, int length)
 {
-    json_object* tree = __real_json_tokener_parse(text);
+    json_object* tree = __real_json_tokener_parse_ex(tokener, text, length);
     // Objects alone: a number's text lives where the notice of its release would stand.
     if (korvane::fuzz::watching && json_object_is_type(tree, json_type_object)) {
         korvane::fuzz::request = tree;
         json_object_set_userdata(tree, nullptr,
                                  [](json_object*, void*) { korvane::fuzz::request = nullptr; });
+        korvane::fuzz::watching = false;
     }
-    korvane::fuzz::watching = false;
     return tree;
 }
 // NOLINTEND(bugprone-reserved-identifier)

@@ -38,13 +38,13 @@ const char* name_of(effect what)
 /// could be added, whether the text of a value could grow.
 bool is_known(const json_c_fault& fault)
 {
-    const std::string parsing = "json_tokener_parse ... ";
+    const std::string parsing = "json_tokener_parse_ex ... ";
     const std::set<std::string> dropping{
         parsing + "json_object_object_add_ex: __strdup", parsing + "lh_table_new: calloc",
         parsing + "printbuf_memappend: realloc",
         parsing + "array_list_shrink: realloc", // harmless; then the next, where memory stays gone
     };
-    return fault.what == effect::crashed ? fault.place == parsing + "json_tokener_parse_ex: __strdup"
+    return fault.what == effect::crashed ? fault.place == "json_tokener_parse_ex: __strdup"
                                          : dropping.count(fault.place) != 0;
 }
 

@@ -39,7 +39,7 @@ struct witness {
 /// "this program" when there is none.
 std::string library_of(const call_stack& stack);
 
-/// "json_tokener_parse ... json_object_object_add_ex: strdup": the outermost of json-c's functions in a stack, its innermost,
+/// "json_tokener_parse_ex ... json_object_object_add_ex: strdup": the outermost of json-c's functions in a stack, its innermost,
 /// and what that one called. json-c's static functions have no name; the exported one that they belong to stands for them.
 std::string json_c_place_of(const call_stack& stack);
 

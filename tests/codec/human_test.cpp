@@ -458,6 +458,32 @@ TEST_F(human_reply, reads_points_in_a_host_with_a_decimal_comma)
     EXPECT_EQ(vertices_of(codec::read_one(R"({"loc":[[0.5,"0.25"]]})").positions), "(0.500000 0.250000)");
 }
 
+/// An object that holds a list that holds an object ..., so deep in all.
+std::string nested(std::size_t depth)
+{
+    std::string open;
+    std::string close;
+    for (std::size_t level = 0; level < depth; ++level) {
+        open.append(level % 2 == 0 ? R"({"k":)" : "[");
+        close.insert(close.begin(), level % 2 == 0 ? '}' : ']');
+    }
+    return open + "7" + close;
+}
+
+TEST_F(human_reply, may_be_as_deep_as_json_c_takes_it)
+{
+    constexpr std::size_t deepest = 30; // and the reply's own level, and one for what it holds
+    const int unset = reading().ret;
+    for (std::size_t depth = 0; depth <= deepest + 10; ++depth) {
+        const std::string reply = R"({"k":)" + nested(depth) + R"(,"ret":7})";
+        const int read = depth <= deepest ? 7 : unset;
+        ASSERT_EQ(is_json_object(reply), depth <= deepest) << depth;
+        EXPECT_EQ(codec::read(reply).ret, read) << depth;
+        EXPECT_EQ(codec::read(reply + ",").ret, read) << depth << ", text behind it";
+        EXPECT_EQ(codec::read(reply.substr(0, reply.size() - 1)).ret, unset) << depth << ", cut";
+    }
+}
+
 TEST_F(human_reply, reads_hundreds_of_records_of_hundreds_of_vertices)
 {
     const std::string element = "{\"timestamp\":1,\"loc\":[" + times(199, "[0.5,0.5],") + "[0.25,0.75]]}";

@@ -62,8 +62,7 @@ void register_errors(const std::string& name, const std::string& path, const std
                             [errors]() -> ::testing::Test* { return new unreadable_file_test(errors); });
 }
 
-/// Registers what the folder holds, but for cases with an input of `inputs_under` bytes or more.
-void register_folder(const std::filesystem::path& folder, std::size_t inputs_under)
+void register_folder(const std::filesystem::path& folder)
 {
     std::set<std::filesystem::path> paths;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
@@ -81,9 +80,7 @@ void register_folder(const std::filesystem::path& folder, std::size_t inputs_und
             continue;
         }
         for (const wire_case& wanted : file.cases) {
-            if (!wanted.input || wanted.input->size() < inputs_under) {
-                register_case(wanted);
-            }
+            register_case(wanted);
         }
     }
 }
@@ -95,12 +92,6 @@ void register_folder(const std::filesystem::path& folder, std::size_t inputs_und
 int main(int argc, char** argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
-    const std::string option = "--inputs-under=";
-    const std::string argument = argc > 1 ? argv[1] : option + std::to_string(SIZE_MAX);
-    if (argc > 2 || argument.rfind(option, 0) != 0) {
-        std::fprintf(stderr, "usage: %s [--inputs-under=BYTES] [--gtest_...]\n", argv[0]);
-        return 2;
-    }
-    korvane::test::register_folder(WIRE_CASES_FOLDER, std::stoull(argument.substr(option.size())));
+    korvane::test::register_folder(WIRE_CASES_FOLDER);
     return RUN_ALL_TESTS();
 }

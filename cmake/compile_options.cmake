@@ -1,0 +1,21 @@
+# One set of compiler options for everything in the tree.
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion)
+if(KORVANE_WERROR)
+    add_compile_options(-Werror)
+endif()
+if(KORVANE_SANITIZE)
+    add_compile_options(-fsanitize=${KORVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${KORVANE_SANITIZE})
+    if(KORVANE_SANITIZE MATCHES address)
+        add_compile_definitions(KORVANE_LEAK_CHECKER)
+    endif()
+endif()
+
+# For what stands around the library: its time is the library's, and it compiles twice as fast so.
+macro(compile_faster)
+    if(KORVANE_SANITIZE)
+        add_compile_options(-O0 -g1)
+    elseif(CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
+        add_compile_options(-O1 -g1)
+    endif()
+endmacro()
