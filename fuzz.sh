@@ -13,10 +13,12 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 all_targets=(insert query replies session transport log helpers)
 build=build/fuzz
 cores=$(nproc)
-# Bytes of an input. Short ones run fast; the limits of the library's fields and work areas need long ones. Every second
-# worker takes long ones.
+# Bytes of an input. Short ones run fast; the limits of the library's fields and work areas need long ones, which take three
+# times as long. Every second worker takes long ones, and of a number of executions a third of its neighbour's.
 short=1024
 long=16384
+short_share=3
+long_share=1
 
 usage() {
     sed -n '2,9s/^# \{0,1\}//p' "$0"
@@ -126,9 +128,20 @@ complain_of_worker() {
     exit 1
 }
 
+# Prints libFuzzer's limit for a worker: the minutes, or its share of the executions.
+limit_of() {
+    local worker=$1
+    if [ -z "${runs:-}" ]; then
+        echo "-max_total_time=$seconds"
+        return
+    fi
+    local shares=$(((cores + 1) / 2 * short_share + cores / 2 * long_share))
+    local share=$((worker % 2 == 0 ? short_share : long_share))
+    echo "-runs=$(((runs * share + shares - 1) / shares))"
+}
+
 fuzz_target() {
     local target=$1
-    shift
     mkdir -p "$build/corpus/$target" "$build/findings/$target" "$build/run"
     local folders
     mapfile -t folders < <(folders_of "$target")
@@ -140,7 +153,7 @@ fuzz_target() {
         logs+=("$build/run/$target.$worker.log")
         largest=$((worker % 2 == 0 ? short : long))
         run_program "$target" -max_len=$largest -dict=fuzz/dictionary.txt -artifact_prefix="$build/findings/$target/" \
-            -print_final_stats=1 -reload=5 "$@" "${folders[@]}" >"${logs[worker]}" 2>&1 &
+            -print_final_stats=1 -reload=5 "$(limit_of "$worker")" "${folders[@]}" >"${logs[worker]}" 2>&1 &
         pids+=($!)
     done
     watch_workers "$target" "${logs[@]}"
@@ -195,8 +208,8 @@ done
 
 build_targets
 case $mode in
---replay) limit=(-max_total_time=5) ;;
---runs) limit=(-runs=$(((runs + cores - 1) / cores))) ;;
+--replay) seconds=5 ;;
+--runs) ;;
 --minimise)
     mkdir -p "$build/run"
     for target in "${targets[@]}"; do
@@ -204,7 +217,7 @@ case $mode in
     done
     exit
     ;;
-*) limit=(-max_total_time=$((mode * 60))) ;;
+*) seconds=$((mode * 60)) ;;
 esac
 
 found=0
@@ -212,7 +225,7 @@ mkdir -p "$build/run"
 touch "$build/run/started"
 printf '\n%-10s %12s %10s %12s %9s %9s\n' target executions 'a second' 'edges' features findings
 for target in "${targets[@]}"; do
-    fuzz_target "$target" "${limit[@]}"
+    fuzz_target "$target"
 done
 if [ "$found" -gt 0 ]; then
     echo "$found findings; how to go on: fuzz/README.md"

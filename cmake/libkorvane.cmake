@@ -39,6 +39,7 @@ set(korvane_sources
     util/coordinates.cpp
     util/fixed_text.cpp
     util/json_members.cpp
+    util/six_decimals.cpp
     util/text_checks.cpp
     util/time_conversions.cpp
     util/url_encode.cpp

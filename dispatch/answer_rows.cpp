@@ -6,6 +6,7 @@
 
 #include <json-c/printbuf.h>
 
+#include <algorithm>
 #include <charconv>
 #include <memory>
 
@@ -52,16 +53,10 @@ bool is_decimal_fraction(const char* text)
 
 /// A number that is written as its text stands, null when that is none: what the parser would make of the text, at a
 /// quarter of its cost.
-json_owner make_coordinate(const char (&field)[33], rows_as form)
+json_owner make_coordinate(const char (&field)[33])
 {
     if (!is_decimal_fraction(field)) {
         return parse_json(field);
-    }
-    if (form == rows_as::text) { // written before the record is gone, and its value never asked for
-        json_owner number = made_json(json_object_new_double(0));
-        json_object_set_serializer(number.get(), json_object_userdata_to_json_string,
-                                   const_cast<char*>(field), nullptr);
-        return number;
     }
     double value = 0;
     std::from_chars(field, field + sizeof field, value);
@@ -69,12 +64,12 @@ json_owner make_coordinate(const char (&field)[33], rows_as form)
 }
 
 /// [{"x":..., "y":...}, ...]; null when a coordinate is no number.
-json_owner make_position(const Tposition_xy* vertices, std::size_t count, rows_as form)
+json_owner make_position(const Tposition_xy* vertices, std::size_t count)
 {
     json_owner position = made_json(json_object_new_array_ext(static_cast<int>(count)));
     for (std::size_t i = 0; i < count; ++i) {
-        json_owner x = make_coordinate(vertices[i].x, form);
-        json_owner y = make_coordinate(vertices[i].y, form);
+        json_owner x = make_coordinate(vertices[i].x);
+        json_owner y = make_coordinate(vertices[i].y);
         if (!x || !y) {
             return nullptr;
         }
@@ -83,6 +78,45 @@ json_owner make_position(const Tposition_xy* vertices, std::size_t count, rows_a
         add_new_json_member(vertex.get(), "y", std::move(y));
         add_json_element(position.get(), std::move(vertex));
     }
+    return position;
+}
+
+/// json-c's writer of such a list, from the vertices themselves and as it would set their objects.
+int write_position(json_object* position, printbuf* out, int /*level*/, int /*flags*/)
+{
+    int result = 0;
+    const auto append = [out, &result](std::string_view piece) {
+        result = std::min(result, printbuf_memappend(out, piece.data(), static_cast<int>(piece.size())));
+    };
+    std::string_view before = "[ ";
+    for (const Tposition_xy& vertex :
+         *static_cast<std::vector<Tposition_xy>*>(json_object_get_userdata(position))) {
+        append(before);
+        append(R"({ "x": )");
+        append(text_of(vertex.x));
+        append(R"(, "y": )");
+        append(text_of(vertex.y));
+        append(" }");
+        before = ", ";
+    }
+    append(" ]");
+    return result;
+}
+
+bool are_decimal_fractions(const std::vector<Tposition_xy>& vertices)
+{
+    return std::all_of(vertices.begin(), vertices.end(), [](const Tposition_xy& vertex) {
+        return is_decimal_fraction(vertex.x) && is_decimal_fraction(vertex.y);
+    });
+}
+
+/// A list that is an empty array to all but json-c's writer, which looks at the vertices then. Without
+/// objects for the vertices a query takes an eighth fewer instructions.
+json_owner borrow_position(const std::vector<Tposition_xy>& vertices)
+{
+    json_owner position = made_json(json_object_new_array_ext(0));
+    json_object_set_serializer(position.get(), write_position,
+                               const_cast<std::vector<Tposition_xy>*>(&vertices), nullptr);
     return position;
 }
 
@@ -144,7 +178,9 @@ void answer_row::polygon(const char* name, const std::vector<Tposition_xy>& vert
         log_debug("[korvane](%s:%d) %s holds %zu of %zu vertices, the others do not fit", log_.function,
                   __LINE__, name, count, vertices.size());
     }
-    add(name, make_position(vertices.data(), count, form_));
+    const bool borrowed =
+        form_ == rows_as::text && count == vertices.size() && are_decimal_fractions(vertices);
+    add(name, borrowed ? borrow_position(vertices) : make_position(vertices.data(), count));
 }
 
 namespace {

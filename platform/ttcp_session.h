@@ -53,7 +53,7 @@ private:
     bool refill(step& now);
     void drop();
 
-    static constexpr std::size_t short_reply = 2048;
+    static constexpr std::size_t short_reply = 8192;
 
     int timeout_;
     bool limited_ = false; ///< the socket's own waits end with the time-out
@@ -62,7 +62,7 @@ private:
     std::size_t ahead_size_ = short_reply;
     std::size_t first_ = 0;
     std::size_t last_ = 0;
-    unsigned char short_ahead_[short_reply]; // most replies are short, and cost no block of the heap
+    unsigned char short_ahead_[short_reply]; // a page of 10 records and less: no block of the heap, no second call
 };
 
 #endif

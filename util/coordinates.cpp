@@ -5,7 +5,6 @@
 #include "util/result.h"
 #include "util/six_decimals.h"
 
-#include <charconv>
 #include <new>
 
 namespace korvane {
@@ -37,10 +36,8 @@ void read_corners(json_object* object, std::vector<Tposition_xy>& polygon)
 
 void write_coordinate(char (&field)[33], double value)
 {
-    // A fraction of a picture has eight characters: it is written into its place.
-    const auto written = std::to_chars(field, field + sizeof field - 1, value, std::chars_format::fixed, 6);
-    if (written.ec == std::errc()) {
-        *written.ptr = '\0';
+    if (char* end = write_six_decimals(field, field + sizeof field - 1, value)) {
+        *end = '\0';
     } else {
         cut(field, six_decimals(value).view());
     }

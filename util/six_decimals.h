@@ -2,19 +2,20 @@
 #pragma once
 
 #include <array>
-#include <charconv>
 #include <limits>
 #include <string_view>
 
 namespace korvane {
 
-/// A number with six decimals, as "%f" writes it in the C locale: the host's decimal comma must not reach the
-/// wire.
+/// Writes a number with six decimals, as "%f" does in the C locale: the host's decimal comma must not reach the wire.
+/// Returns the end of what it wrote, null when that does not fit.
+char* write_six_decimals(char* first, char* last, double value);
+
+/// The same in an area of its own.
 class six_decimals {
 public:
     explicit six_decimals(double value)
-        : end_(std::to_chars(text_.data(), text_.data() + text_.size(), value, std::chars_format::fixed, 6)
-                   .ptr)
+        : end_(write_six_decimals(text_.data(), text_.data() + text_.size(), value))
     {
     }
 
@@ -24,8 +25,7 @@ public:
     std::string_view view() const { return {text_.data(), static_cast<std::size_t>(end_ - text_.data())}; }
 
 private:
-    // Sign, the digits of the largest double, point and decimals; a fraction of a picture needs eight
-    // characters.
+    // Sign, the digits of the largest double, point and decimals.
     std::array<char, std::numeric_limits<double>::max_exponent10 + 16> text_;
     const char* end_;
 };

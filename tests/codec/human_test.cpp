@@ -7,8 +7,11 @@
 
 #include <array>
 #include <climits>
+#include <cmath>
+#include <cstdio>
 #include <functional>
 #include <new>
+#include <random>
 
 namespace korvane::test {
 
@@ -440,6 +443,7 @@ TEST_F(human_reply, reads_vertices)
         {"[[1e308,-1e308]]", "(10000000000000000109790636294404 -1000000000000000010979063629440)"},
         {"[[1e999,-1e999]]", "(inf -inf)"},
         {"[[NaN,0]]", "(nan 0.000000)"},
+        {"[[-0.0,0.0]]", "(-0.000000 0.000000)"},
         {"[]", ""},
         {"{}", ""},
         {"\"[[1,2]]\"", ""},
@@ -450,6 +454,35 @@ TEST_F(human_reply, reads_vertices)
         EXPECT_EQ(vertices_of(codec::read_one(std::string("{\"loc\":") + c.loc + "}").positions), c.vertices)
             << c.loc;
     }
+}
+
+TEST_F(human_reply, rounds_coordinates_as_printf_does)
+{
+    std::vector<double> values{0.0,        1.0,       1e-7,       4.9999999e-7, 5.0000001e-7, 0.9999995,
+                               0.99999949, 0.9999999, 999.999999, 999.9999995,  999.9999999,  1000.0,
+                               1000.25,    -0.5,      -1e-9,      1234567.8};
+    for (int i = 0; i < 128 * 2; ++i) {
+        values.push_back(i / 128.0); // in the middle between two texts, exactly
+        values.push_back(std::nextafter(i / 128.0, 0.0));
+        values.push_back(std::nextafter(i / 128.0, 2000.0));
+    }
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 100'000; ++i) {
+        values.push_back(std::uniform_real_distribution<>(0.0, i % 2 == 0 ? 1.0 : 1100.0)(random));
+        values.push_back(static_cast<double>(random() % 1'000'000) / 1e6);
+        values.push_back((static_cast<double>(random() % 1'000'000) + 0.5) / 1e6);
+    }
+    std::string vertices;
+    std::string expected;
+    for (const double value : values) {
+        std::array<char, 64> text;
+        std::snprintf(text.data(), text.size(), "[%.17g,0],", value);
+        vertices += text.data();
+        std::snprintf(text.data(), text.size(), "(%f 0.000000)", value);
+        expected += text.data();
+    }
+    vertices.pop_back();
+    EXPECT_EQ(vertices_of(codec::read_one(R"({"loc":[)" + vertices + "]}").positions), expected);
 }
 
 TEST_F(human_reply, reads_points_in_a_host_with_a_decimal_comma)
