@@ -23,7 +23,9 @@ constexpr unsigned long long statistics_start = 1'712'275'200'000;
 
 constexpr query_type query_types[] = {
     {"15-min", statistics_day_ms / 96, statistics_start, 96, 12},
+    {"15-min, busy", statistics_day_ms / 96, statistics_start, 96, 1},
     {"day", statistics_day_ms, statistics_start - 6 * statistics_day_ms, 7, 3},
+    {"day, busy", statistics_day_ms, statistics_start - 6 * statistics_day_ms, 7, 1},
 };
 
 constexpr std::size_t channel_counts[] = {10, 100, 1'000};

@@ -13,6 +13,33 @@ namespace {
 
 using bucket = people_counting_metadata_information;
 
+/// What a reply says of one bucket; texts are those of its tree.
+struct bucket_sums {
+    bool has_channel;
+    std::string_view channel;
+    long long time;
+    int in = 0;
+    int out = 0;
+};
+
+/// Looks at the tree once: of a long reply it is no longer in the cache when it is walked again.
+std::vector<bucket_sums> read_sums(const json_elements& rows)
+{
+    std::vector<bucket_sums> all;
+    all.reserve(rows.size());
+    for (json_object* row : rows) {
+        json_object* id = json_member(row, "_id");
+        json_object* channel = json_member(id, "channel_sid");
+        bucket_sums& sums = all.emplace_back();
+        sums.has_channel = channel != nullptr;
+        sums.channel = json_text(channel);
+        sums.time = json_text_number(json_member(id, "timestamp"));
+        get_json_int(row, "sum_in", &sums.in);
+        get_json_int(row, "sum_out", &sums.out);
+    }
+    return all;
+}
+
 /// The buckets of one channel: times are counted from the start, so a range before or across the epoch is like
 /// any other.
 class time_grid {
@@ -73,25 +100,22 @@ public:
 
     void fill_rest(std::string_view channel) { fill_until(grid_.count(), channel); }
 
-    void add(json_object* row)
+    void add(const bucket_sums& sums)
     {
-        json_object* id = json_member(row, "_id");
-        json_object* channel_member = json_member(id, "channel_sid");
-        const std::string_view channel = json_text(channel_member);
-        if (channel_member && !enter(channel)) {
+        if (sums.has_channel && !enter(sums.channel)) {
             ++skipped_;
             return;
         }
-        last_channel_ = channel;
-        const unsigned long long index = grid_.index_of(json_text_number(json_member(id, "timestamp")));
+        last_channel_ = sums.channel;
+        const unsigned long long index = grid_.index_of(sums.time);
         if (index == time_grid::off_grid || index < next_) {
             ++skipped_;
             return;
         }
-        fill_until(index, channel);
-        bucket& filled = append(channel);
-        get_json_int(row, "sum_in", &filled.people_count_in);
-        get_json_int(row, "sum_out", &filled.people_count_out);
+        fill_until(index, sums.channel);
+        bucket& filled = append(sums.channel);
+        filled.people_count_in = sums.in;
+        filled.people_count_out = sums.out;
     }
 
     /// After the last row: its channel's series is completed.
@@ -146,15 +170,14 @@ void reserve(std::vector<bucket>& buckets, std::size_t channels, unsigned long l
     buckets.reserve(buckets.size() + added);
 }
 
-std::size_t count_channels(const json_elements& rows)
+std::size_t count_channels(const std::vector<bucket_sums>& all)
 {
     std::unordered_set<std::string_view> channels;
     std::string_view last;
-    for (json_object* row : rows) {
-        const std::string_view channel = json_text(json_member(json_member(row, "_id"), "channel_sid"));
-        if (channels.empty() || channel != last) { // rows of a channel stand together
-            channels.insert(channel);
-            last = channel;
+    for (const bucket_sums& sums : all) {
+        if (channels.empty() || sums.channel != last) { // rows of a channel stand together
+            channels.insert(sums.channel);
+            last = sums.channel;
         }
     }
     return channels.size();
@@ -173,25 +196,25 @@ void read_statistics(const std::string& body, bool one_channel, unsigned long lo
     }
     const time_grid grid(start, end, interval);
     dense_series series(grid, rows);
-    const json_elements sums(json_member(tree.get(), "datas"));
-    if (sums.size() == 0) {
+    const std::vector<bucket_sums> all = read_sums(json_elements(json_member(tree.get(), "datas")));
+    if (all.empty()) {
         if (one_channel) {
             reserve(rows, 1, grid.count_before_end());
             series.fill_until(grid.count_before_end(), {});
         }
         return;
     }
-    reserve(rows, count_channels(sums), grid.count());
+    reserve(rows, count_channels(all), grid.count());
     append_whole(rows, [&] {
-        for (json_object* row : sums) {
-            series.add(row);
+        for (const bucket_sums& sums : all) {
+            series.add(sums);
         }
         series.finish();
     });
     if (series.skipped() > 0) {
         log_debug("[korvane](%s:%d) %zu of %zu rows skipped: off the time grid or out of order",
                   "trans_string_to_people_counting_metadata_statistics", __LINE__, series.skipped(),
-                  sums.size());
+                  all.size());
     }
 }
 
