@@ -127,7 +127,9 @@ private:
     /// Changes to a channel when it is another one; false when that channel's series was completed before.
     bool enter(std::string_view channel)
     {
-        if (current_ == channel || (current_.empty() && next_ == 0)) {
+        const bool goes_on = current_ == channel || (!named_ && next_ == 0);
+        named_ = true;
+        if (goes_on) {
             current_ = channel;
             return true;
         }
@@ -153,6 +155,7 @@ private:
     std::vector<bucket>& buckets_;
     unsigned long long next_ = 0; ///< the bucket expected next
     std::string_view current_;    ///< texts of the reply's tree
+    bool named_ = false;          ///< the current channel: an empty name is one, too
     std::string_view last_channel_;
     std::unordered_set<std::string_view> done_;
     std::size_t skipped_ = 0;

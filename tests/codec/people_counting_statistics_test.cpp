@@ -426,6 +426,22 @@ TEST_F(people_counting_statistics, skip_rows_off_the_grid_and_out_of_the_range)
     });
 }
 
+TEST_F(people_counting_statistics, take_an_empty_name_for_a_channel_like_any_other)
+{
+    EXPECT_EQ(read_sketch({row("", midnight, 1, 0), row("b", midnight, 2, 0)}),
+              " 0:1/0 1:0/0 2:0/0 3:0/0 | b 0:2/0 1:0/0 2:0/0 3:0/0");
+    expect_skipped({
+        {{row("", midnight + 1, 9, 9), row("b", midnight, 2, 0)},
+         1,
+         " 0:0/0 1:0/0 2:0/0 3:0/0 | b 0:2/0 1:0/0 2:0/0 3:0/0"},
+        // Once another channel was done with, it does not come again behind the empty one.
+        {{row("b", midnight, 2, 0), row("", midnight + 1, 9, 9), row("b", midnight + hour_ms, 9, 9),
+          row("", midnight + hour_ms, 1, 0)},
+         2,
+         "b 0:2/0 1:0/0 2:0/0 3:0/0 |  0:0/0 1:1/0 2:0/0 3:0/0"},
+    });
+}
+
 TEST_F(people_counting_statistics, skip_rows_behind_the_time_that_was_reached)
 {
     expect_skipped({
