@@ -19,8 +19,9 @@ import mutations
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = PROJECT / "build" / "mutation"
-SUITES = ["codec", "util", "wire", "dispatch", "transport", "file_lock", "log", "log_writers", "faults", "allocation",
-          "hostile"]
+SUITES = ["codec", "util", "wire", "dispatch", "transport", "log_line", "file_lock", "log", "log_writers", "request_faults",
+          "log_faults", "reliability_host", "allocation", "hostile"]
+HOST_SUITES = ["host_session"]  # of a library whose host supplies the session
 TEST_LIMIT_S = 120
 
 
@@ -36,26 +37,35 @@ def copy_project(target):
             shutil.copymode(source, copy)
 
 
-class Workshop:
-    """A copy of the project, built once, in which one edit at a time is made."""
+class Build:
+    """The library built in one way, and the test programs that judge it, the fast ones first."""
 
-    def __init__(self, number):
-        self.source = BUILD / f"copy{number}"
-        self.build = self.source / "build"
+    def __init__(self, source, name, options, suites):
+        self.source = source
+        self.folder = source / name
+        self.options = options
+        self.suites = suites
 
     def prepare(self):
-        copy_project(self.source)
-        configure = ["cmake", "-S", str(self.source), "-B", str(self.build), "-G", "Ninja", "-DKORVANE_TOOLS=OFF",
-                     "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1 -g0", "-DKORVANE_WERROR=OFF"]
-        for command in (configure, ["ninja", "-C", str(self.build), "-j", "1"]):
+        configure = ["cmake", "-S", str(self.source), "-B", str(self.folder), "-G", "Ninja", "-DKORVANE_TOOLS=OFF",
+                     "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1 -g0", "-DKORVANE_WERROR=OFF", *self.options]
+        for command in (configure, ["ninja", "-C", str(self.folder), "-j", "1"]):
             done = subprocess.run(command, capture_output=True, text=True)
             if done.returncode != 0:
                 sys.exit(done.stdout + done.stderr)
-        self.programs = [program for suite in SUITES
-                         for program in sorted(self.build.glob(f"tests/*/{suite}_test"))]
+        self.programs = []
+        for suite in self.suites:
+            found = list(self.folder.glob(f"tests/*/{suite}_test"))
+            if len(found) != 1:
+                sys.exit(f"{len(found)} programs of the suite {suite} in {self.folder}")
+            self.programs += found
         failed = self.failing_test()
         if failed:
             sys.exit(f"the tests fail without any edit: {failed}")
+
+    def compiles(self):
+        return subprocess.run(["ninja", "-C", str(self.folder), "-j", "1", "libkorvane.so.0"],
+                              capture_output=True).returncode == 0
 
     def failing_test(self):
         """The first test program that fails; None when all pass."""
@@ -70,14 +80,31 @@ class Workshop:
                 return program.name
         return None
 
+
+class Workshop:
+    """A copy of the project, built once in each way, in which one edit at a time is made."""
+
+    def __init__(self, number):
+        self.source = BUILD / f"copy{number}"
+        self.builds = [Build(self.source, "build", [], SUITES),
+                       Build(self.source, "build-host", ["-DKORVANE_SESSION=host"], HOST_SUITES)]
+
+    def prepare(self):
+        copy_project(self.source)
+        for build in self.builds:
+            build.prepare()
+
     def try_out(self, mutation):
         """'does not compile', 'survived', or the test that noticed."""
         path, original = mutations.apply(self.source, mutation)
         try:
-            done = subprocess.run(["ninja", "-C", str(self.build), "-j", "1", "libkorvane.so.0"], capture_output=True)
-            if done.returncode != 0:
-                return "does not compile"
-            return self.failing_test() or "survived"
+            for build in self.builds:
+                if not build.compiles():
+                    return "does not compile"
+                failed = build.failing_test()
+                if failed:
+                    return failed
+            return "survived"
         finally:
             path.write_text(original, encoding="utf-8")
 
