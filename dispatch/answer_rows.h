@@ -21,8 +21,7 @@ namespace korvane {
 enum class rows_as { objects, text };
 
 /// One object of an answer's list. Members stand in the order of the calls; each value goes out as json-c
-/// writes it. Names are literals, each given once a row: they are neither
-/// copied nor looked for.
+/// writes it. Names are literals, each given once a row: they are neither copied nor looked for.
 class answer_row {
 public:
     /// As text, a row may borrow from its record.

@@ -1,6 +1,6 @@
 #include "tests/faults/faults_test.h"
 
-#include "tests/faults/sanitized.h"
+#include "tests/support/sanitized.h"
 
 #include <cstdio>
 

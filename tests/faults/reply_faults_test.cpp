@@ -1,11 +1,11 @@
 // Replies that are cut, lie, go on for ever or hold what no reply holds: each ends in its code, keeps what came, leaves nothing
 // behind, and the next request works. What is expected is worked out for every byte by reply_rules.h.
 #include "tests/faults/faults_test.h"
-#include "tests/faults/heap_blocks.h"
 #include "tests/faults/peer_process.h"
 #include "tests/faults/reply_rules.h"
-#include "tests/faults/sanitized.h"
 #include "tests/support/debug_log.h"
+#include "tests/support/heap.h"
+#include "tests/support/sanitized.h"
 #include "tests/transport/exchange_test.h"
 
 #include <vector>
@@ -250,9 +250,9 @@ TEST_F(reply_faults, that_are_bodies_larger_than_the_memory_are_refused_and_logg
     expect_faults(1);
     int code = 0;
     const witnessed seen = with_faults({}, [&] {
-        refuse_blocks_from(1024U * 1024);
+        fail_allocations({1, true, 1024U * 1024, nullptr});
         code = exchange_with(peer.port(), "GET /path").code;
-        refuse_blocks_from(0);
+        stop_failing_allocations();
     });
     count_faults(code != 0);
     EXPECT_EQ(static_cast<unsigned>(code), 0xC4080001U);

@@ -1,9 +1,9 @@
 #include "tests/faults/system_call_faults.h"
 
 #include "tests/faults/documented_errors.h"
-#include "tests/faults/heap_blocks.h"
 #include "tests/support/debug_log.h"
 #include "tests/support/files.h"
+#include "tests/support/heap.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>

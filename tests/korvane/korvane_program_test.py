@@ -128,9 +128,10 @@ class program_test(unittest.TestCase):
     def assert_ends(self, run, status):
         self.assertEqual(run.returncode, status, f"\nstdout: {run.stdout}\nstderr: {run.stderr}")
 
-    def assert_totals(self, run, stored, refused, fatal):
-        total = stored + refused + fatal
-        wanted = f"{total} report{'' if total == 1 else 's'}: {stored} stored, {refused} refused, {fatal} fatal, in "
+    def assert_totals(self, run, stored, refused, fatal, not_answered=0):
+        total = stored + refused + fatal + not_answered
+        wanted = (f"{total} report{'' if total == 1 else 's'}: {stored} stored, {refused} refused, "
+                  + (f"{not_answered} not answered, " if not_answered else "") + f"{fatal} fatal, in ")
         self.assertIn(wanted, run.stdout)
 
 
@@ -500,8 +501,9 @@ class insert_without_store(program_test):
     def test_stops_at_once_and_says_how_to_start_one(self):
         run = korvane("insert", os.path.join(EXAMPLES, "people.jsonl"))
         self.assert_ends(run, 3)
-        self.assert_totals(run, 0, 1, 0)
-        self.assertIn("report 1 refused: 0xFFFFFFFF (-1) no_reply", run.stdout)
+        self.assert_totals(run, 0, 0, 0, not_answered=1)
+        self.assertIn("report 1 not answered: 0xFFFFFFFF (-1) no_reply", run.stdout)
+        self.assertIn("what to do: korvane explain 0xFFFFFFFF\n", run.stdout)
         self.assertIn("158 reports not sent", run.stdout)
         self.assertIn("nothing listens on 127.0.0.1:10158", run.stderr)
         self.assertIn("korvane-store", run.stderr)
@@ -518,7 +520,7 @@ class insert_without_store(program_test):
     def test_keep_going_sends_them_all_and_tells_once_how_to_start_one(self):
         run = korvane("insert", "--keep-going", "-", stdin=lines(*[report()] * 5))
         self.assert_ends(run, 3)
-        self.assert_totals(run, 0, 5, 0)
+        self.assert_totals(run, 0, 0, 0, not_answered=5)
         self.assertEqual(run.stderr.count("nothing listens"), 1)
 
     def test_a_report_that_needs_no_store_is_judged_without_one(self):
@@ -565,7 +567,7 @@ class other_answers(program_test):
         with scripted_store(b"HTTP/1.1 500 Broken\r\n\r\n") as store:
             run = korvane("insert", "-", stdin=lines(report(), report(), report()))
         self.assert_ends(run, 1)
-        self.assert_totals(run, 0, 3, 0)
+        self.assert_totals(run, 0, 0, 0, not_answered=3)
         self.assertEqual(store.requests, 3)
         self.assertNotIn("nothing listens", run.stderr)
 
@@ -975,10 +977,13 @@ class empty_and_odd_stores(program_test):
     def test_nothing_stored(self):
         with real_store():
             latest = korvane("latest", "object")
+            latest_of_each = korvane("latest")
             stats = korvane("stats")
             groups = korvane("groups")
         self.assert_ends(latest, 0)
         self.assertEqual(latest.stdout, "Zymora has not received any metadata.\n")
+        self.assert_ends(latest_of_each, 0)
+        self.assertEqual(latest_of_each.stdout.count("nothing stored\n"), 3)
         self.assert_ends(stats, 0)
         self.assertIn("0 of 0 channels", stats.stdout)
         self.assert_ends(groups, 0)

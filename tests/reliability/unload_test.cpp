@@ -1,9 +1,9 @@
 // A host that loads the library, calls it and unloads it, again and again. This program is not linked with it.
-#include "tests/faults/heap_blocks.h"
 #include "tests/reliability/answering_store.h"
 #include "tests/reliability/sample_calls.h"
 #include "tests/reliability/test_length.h"
 #include "tests/support/files.h"
+#include "tests/support/heap.h"
 #include "tests/support/sandbox_test.h"
 
 #include <dlfcn.h>

@@ -1,15 +1,8 @@
 #include "tests/support/heap.h"
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KORVANE_HEAP_IS_A_SANITIZERS
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KORVANE_HEAP_IS_A_SANITIZERS
-#endif
+#include "tests/support/sanitized.h"
 
-#ifdef KORVANE_HEAP_IS_A_SANITIZERS
+#if defined(KORVANE_ADDRESS_SANITIZER) || defined(KORVANE_THREAD_SANITIZER)
 
 namespace korvane::test {
 

@@ -85,8 +85,8 @@ void insert_run::settle(const report& sent, const outcome& got, pid_t sender, co
         ++refused_;
         ++refusals_[got.code];
         progress_.hide();
-        std::printf("%s:%ld: report %lld refused: %s\n", input_.c_str(), sent.line, reports(),
-                    result_title(got.code).c_str());
+        std::printf("%s:%ld: report %lld %s: %s\n", input_.c_str(), sent.line, reports(),
+                    got.code == no_reply ? "not answered" : "refused", result_title(got.code).c_str());
         std::printf("  meaning: %s\n", explain_result(got.code).meaning.c_str());
         tell_details(sent, log_lines(sender, before, got.log));
     }
@@ -137,14 +137,19 @@ int insert_run::finish(bool all_read)
     progress_.hide();
     const double seconds = progress_.seconds();
     const double rate = static_cast<double>(reports()) / std::max(seconds, 0.001);
-    std::printf("%s: %s stored, %s refused, %s fatal, in %.2f s (%s reports/s)\n",
-                counted(reports(), "report").c_str(), grouped(stored_).c_str(), grouped(refused_).c_str(),
-                grouped(fatal_).c_str(), seconds, grouped(static_cast<long long>(rate)).c_str());
+    const long long unanswered = refusals_.count(no_reply) != 0 ? refusals_.at(no_reply) : 0;
+    const std::string not_answered = unanswered > 0 ? grouped(unanswered) + " not answered, " : "";
+    std::printf("%s: %s stored, %s refused, %s%s fatal, in %.2f s (%s reports/s)\n",
+                counted(reports(), "report").c_str(), grouped(stored_).c_str(),
+                grouped(refused_ - unanswered).c_str(), not_answered.c_str(), grouped(fatal_).c_str(),
+                seconds, grouped(static_cast<long long>(rate)).c_str());
     for (const auto& [code, times] : refusals_) {
         std::printf("  %s x %s\n", grouped(times).c_str(), result_title(code).c_str());
     }
     if (!refusals_.empty()) {
-        std::printf("  what to do: korvane explain CODE\n");
+        const auto most = std::max_element(refusals_.begin(), refusals_.end(),
+                                           [](const auto& a, const auto& b) { return a.second < b.second; });
+        std::printf("  what to do: korvane explain 0x%08X\n", most->first);
     }
     if (unsent_ > 0) {
         std::printf("  %s not sent, from %s on\n", counted(unsent_, "report").c_str(), first_unsent_.c_str());

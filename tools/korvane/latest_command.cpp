@@ -12,7 +12,7 @@ namespace host {
 namespace {
 
 const char* const footer =
-    R"(The date is local. A kind of which nothing is stored is answered with a sentence that says so.
+    R"(The date is local. Of one kind of which nothing is stored, the answer is the library's sentence that says so.
 
 Examples:
   korvane latest                 each kind's, in a table
@@ -54,7 +54,8 @@ int latest_of_each()
         if (!answer.ok()) {
             return tell_failure(answer, "request", request_for(kind));
         }
-        rows.push_back({kind.name, printable(answer.text)});
+        const bool is_date = answer.text.find_first_of("0123456789") == 0;
+        rows.push_back({kind.name, is_date ? printable(answer.text) : "nothing stored"});
     }
     print_table(rows);
     return all_well;
