@@ -11,6 +11,7 @@
 #include <korvane/ai_metadata.h>
 
 #include <cstdlib>
+#include <set>
 
 namespace korvane::test {
 
@@ -122,6 +123,39 @@ TEST_F(face_ingest_handler, refuses_a_kinds_name_that_does_not_fit)
     EXPECT_EQ(debug_log_texts(), texts{"add_face_metadata(#)- [korvane] function_name has 128 characters, "
                                        "at most 127 are allowed"});
     EXPECT_EQ(store_.requests(), texts());
+}
+
+/// A report whose texts are all too long, but for those named.
+std::string overlong_report(const std::set<std::string>& short_texts)
+{
+    const auto members = [&](const std::vector<std::string>& names) {
+        std::string text;
+        for (const std::string& name : names) {
+            text +=
+                "\"" + name + "\":\"" + (short_texts.count(name) ? "short" : std::string(600, 'x')) + "\",";
+        }
+        return text;
+    };
+    return "{" + members({"app_id", "app_name", "brand", "model", "channel_sid", "provider_id"}) +
+           R"("results":[{)" + members({"model_version", "task_name"}) + R"("function_results":{"tubes":[{)" +
+           members({"status", "person_id", "stranger_id", "group_name", "gender"}) +
+           R"("registered":true}]}}]})";
+}
+
+TEST_F(face_ingest_handler, names_the_first_of_several_texts_that_do_not_fit)
+{
+    std::set<std::string> short_texts;
+    for (const char* name :
+         {"app_id", "app_name", "brand", "model", "channel_sid", "model_version", "task_name", "provider_id",
+          "status", "person_id", "stranger_id", "group_name", "gender"}) {
+        clear_debug_log();
+        EXPECT_EQ(add(overlong_report(short_texts).c_str()), code(result_bad_request));
+        const std::string line =
+            "add_face_metadata(#)- [korvane] " + std::string(name) + " has 600 characters";
+        EXPECT_EQ(debug_log_texts().at(0).substr(0, line.size()), line);
+        short_texts.insert(name);
+    }
+    EXPECT_EQ(add(overlong_report(short_texts).c_str()), 0);
 }
 
 TEST_F(face_ingest_handler, tells_the_threshold_once_after_each_of_a_hundred_faces)
