@@ -29,7 +29,7 @@ Examples:
   my-detector | korvane insert -           reports as they come
   korvane insert --stop-on-error new.json  nothing behind the first bad report
 
-Exit status: 0 every report stored, 1 one or more refused, 2 wrong usage, 3 no store to send to.)";
+Exit status: 0 every report stored, 1 one or more refused or not answered, 2 wrong usage, 3 no store to send to.)";
 
 struct insert_arguments {
     std::vector<std::string> files;
