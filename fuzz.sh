@@ -48,7 +48,7 @@ build_targets() {
 run_program() {
     local target=$1
     shift
-    tools/sandbox.sh "$build/fuzz/${target}_fuzzer" -timeout=20 -rss_limit_mb=3000 "$@"
+    tools/sandbox.sh "$build/fuzz/${target}_fuzzer" -timeout=60 -rss_limit_mb=3000 "$@"
 }
 
 folders_of() {

@@ -145,7 +145,7 @@ struct question {
 
     unsigned long long buckets() const
     {
-        const bool forward = static_cast<long long>(start) <= static_cast<long long>(end);
+        const bool forward = static_cast<long long>(end - start) >= 0;
         return interval > 0 && forward ? (end - start) / interval + 1 : 0;
     }
 };
