@@ -159,7 +159,8 @@ def report(results):
     survivors = [mutation for mutation, result in counted if result == "survived"]
     unexplained = [mutation for mutation in survivors if key_of(mutation) not in equivalents]
     (BUILD / "results.json").write_text(json.dumps(
-        [{"edit": mutation.text(), "result": result} for mutation, result in results], indent=1), encoding="utf-8")
+        [{"edit": mutation.text(), "key": key_of(mutation), "result": result} for mutation, result in results], indent=1),
+        encoding="utf-8")
     print(f"{len(counted)} edits: {len(counted) - len(survivors)} noticed "
           f"({100 * (len(counted) - len(survivors)) / max(len(counted), 1):.1f} %), {len(survivors)} survived, "
           f"{len(unexplained)} of them without a reason in equivalent.txt")
@@ -180,9 +181,15 @@ def main():
     parser.add_argument("--list", action="store_true", help="only print the edits that would be tried")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
     parser.add_argument("--only", default="", metavar="TEXT", help="only edits whose description has this text")
+    parser.add_argument("--again", metavar="RESULTS", type=pathlib.Path,
+                        help="only the edits that survived an earlier run: its build/mutation/results.json")
     arguments = parser.parse_args()
     possible = [mutation for mutation in mutations.all_mutations(PROJECT) if arguments.only in mutation.text()]
     random.Random(arguments.seed).shuffle(possible)
+    if arguments.again:
+        survived = {json.dumps(entry["key"]) for entry in json.loads(arguments.again.read_text(encoding="utf-8"))
+                    if entry["result"] == "survived"}
+        possible = [mutation for mutation in possible if json.dumps(key_of(mutation)) in survived]
     print(f"{len(possible)} edits are possible", flush=True)
     if arguments.list:
         for mutation in possible[:arguments.count]:
