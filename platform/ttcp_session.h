@@ -62,7 +62,8 @@ private:
     std::size_t ahead_size_ = short_reply;
     std::size_t first_ = 0;
     std::size_t last_ = 0;
-    unsigned char short_ahead_[short_reply]; // a page of 10 records and less: no block of the heap, no second call
+    unsigned char
+        short_ahead_[short_reply]; // a page of 10 records and less: no block of the heap, no second call
 };
 
 #endif

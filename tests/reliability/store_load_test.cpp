@@ -215,7 +215,8 @@ program_end read_output(int status)
     program_end end;
     end.status = status;
     end.output = read_file(std::string(reports_file) + ".out");
-    const std::regex refusal("^" + std::string(reports_file) + R"(:(\d+): report \d+ (?:refused|not answered): )");
+    const std::regex refusal("^" + std::string(reports_file) +
+                             R"(:(\d+): report \d+ (?:refused|not answered): )");
     const std::regex unsent(R"( reports? not sent, from )" + std::string(reports_file) + R"(:(\d+) on$)");
     std::istringstream lines(end.output);
     for (std::string line; std::getline(lines, line);) {

@@ -167,6 +167,17 @@ TEST_F(transport_failures, a_body_that_trickles_in_ends_with_the_time_out)
     EXPECT_LT(result.took, milliseconds(3500));
 }
 
+TEST_F(transport_failures, without_a_time_out_a_slow_store_is_waited_for)
+{
+    const std::string head = "HTTP/1.1 200 OK\r\nContent-Length: 3\r\n\r\n";
+    for (const int timeout_s : {0, -1}) {
+        const exchanged result =
+            get(in_pieces(raw_reply(head + "abc"), head.size(), milliseconds(1200)), timeout_s);
+        EXPECT_EQ(result.code, 0) << timeout_s;
+        EXPECT_EQ(result.reply, "abc") << timeout_s;
+    }
+}
+
 TEST_F(transport_failures, a_length_beyond_all_bounds_is_minus_5_and_what_came_stays)
 {
     for (const char* length : {"4294967301", "9223372036854775807", "99999999999999999999999"}) {

@@ -140,8 +140,8 @@ TEST(trans_time_to_string, without_a_timestamp_changes_nothing)
 
 TEST(trans_time_to_string, as_the_last_member_is_refused_and_changes_nothing)
 {
-    for (const char* text :
-         {R"({"timestamp":1712345678901})", R"({"a":1,"timestamp":5})", R"({"timestamp")"}) {
+    for (const char* text : {R"({"timestamp":1712345678901})", R"({"a":1,"timestamp":5})", R"({"timestamp")",
+                             R"({"time stamp":5,"timestamp":6})"}) {
         EXPECT_EQ(rewritten(text, 0xC4080001U), text);
     }
 }
