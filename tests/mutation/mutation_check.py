@@ -196,7 +196,7 @@ def main():
             print(mutation.text())
         return 0
     BUILD.mkdir(parents=True, exist_ok=True)
-    return report(run(possible, arguments.count, arguments.jobs))
+    return report(run(possible, min(arguments.count, len(possible)), arguments.jobs))
 
 
 if __name__ == "__main__":

@@ -108,14 +108,14 @@ class SourcesTest(unittest.TestCase):
     def test_sources_are_ascii(self):
         complaints = []
         # But for the tests, whose data may be texts as people write them.
-        for path, text in sources("include", "tools", "examples", "bench", *LAYERS):
+        for path, text in sources("include", "tools", "examples", "bench", "fuzz", *LAYERS):
             for found in re.finditer(r"[^\x00-\x7f]", text):
                 complaints.append(f"{place(path, text, found.start())}: {found.group()!r}")
         self.assert_none(complaints)
 
     def test_sources_have_no_tabs_and_no_trailing_blanks(self):
         complaints = []
-        for path, text in sources("include", "tools", "examples", "tests", "bench", *LAYERS):
+        for path, text in sources("include", "tools", "examples", "tests", "bench", "fuzz", *LAYERS):
             for found in re.finditer(r"[\t\r]|[ ]+$", text, re.MULTILINE):
                 complaints.append(f"{place(path, text, found.start())}: {found.group()!r}")
         self.assert_none(complaints)
