@@ -1250,5 +1250,12 @@ class made_up_counts(program_test):
             "2024-02-24", "2024-02-25", "2024-02-26", "2024-02-27", "2024-02-28", "2024-02-29", "2024-03-01"])
 
 
+class store_program(program_test):
+    def test_a_port_that_cannot_be_is_told(self):
+        run = subprocess.run([STORE, "--port", "99999"], capture_output=True, text=True, timeout=60)
+        self.assertNotEqual(run.returncode, 0)
+        self.assertIn("--port: Value 99999 not in range 0 to 65535", run.stdout + run.stderr)
+
+
 if __name__ == "__main__":
     unittest.main(argv=[sys.argv[0], *sys.argv[4:]])

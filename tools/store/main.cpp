@@ -42,7 +42,9 @@ void declare_options(CLI::App& app, options& chosen)
     app.add_option("--address", chosen.address, "Loopback address to listen on")
         ->check(CLI::Validator(check_loopback_address, "ADDRESS"))
         ->capture_default_str();
-    app.add_option("--port", chosen.port, "Port to listen on; 0 picks a free one")->capture_default_str();
+    app.add_option("--port", chosen.port, "Port to listen on; 0 picks a free one")
+        ->check(CLI::Range(0, 65535).description(""))
+        ->capture_default_str();
     app.add_option("--db", chosen.database_file, "SQLite database file, made if missing (default: memory)")
         ->type_name("FILE");
     app.add_option("--vault", chosen.vaults, "Vault to list beside the default one; may be repeated")
