@@ -39,9 +39,11 @@ int read_face_filters(json_object* filters, const query_log& log, face_filters& 
     }
     asked.person_names = read_texts(filters, "person_name");
     asked.person_keys = read_texts(filters, "person_key");
-    asked.start_confidence = read_confidence_bound(filters, log, bound::start, -2, is_percentage);
-    asked.end_confidence = read_confidence_bound(filters, log, bound::end, -2, is_percentage);
-    asked.registered = json_int_member(filters, "registered", -1);
+    asked.start_confidence =
+        read_confidence_bound(filters, log, bound::start, asked.start_confidence, is_percentage);
+    asked.end_confidence =
+        read_confidence_bound(filters, log, bound::end, asked.end_confidence, is_percentage);
+    asked.registered = json_int_member(filters, "registered", asked.registered);
     asked.result_ids = read_texts(filters, "resultId");
     asked.provider_ids = read_texts(filters, "provider_id");
     return as_int(result_ok);

@@ -33,7 +33,7 @@ int open_report(json_object* request, const report_keys& keys, const char* kind_
     report.func_name = kind_name;
     report.channel_sid = json_text(channel_sid);
     report.timestamp = std::strtoll(timestamp_text, nullptr, 10);
-    report.stream_id = json_int_member(request, "stream_id", -1);
+    report.stream_id = json_int_member(request, "stream_id", report.stream_id);
     return as_int(result_ok);
 }
 

@@ -49,7 +49,7 @@ struct report_header {
     std::string_view func_name;
     std::string_view channel_sid;
     long long timestamp = 0;
-    int stream_id = -1;
+    int stream_id = -1;             ///< -1: none
     json_object* results = nullptr; ///< an array
 };
 

@@ -15,6 +15,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 
 namespace korvane::test {
@@ -305,6 +306,21 @@ TEST_F(log_faults, that_are_disks_full_after_any_byte_leave_no_torn_line)
         expect_nothing_left(seen, "a disk full after " + std::to_string(room));
         expect_next_line("a disk full after " + std::to_string(room));
     }
+}
+
+TEST_F(log_faults, that_are_a_disk_full_within_a_line_spare_what_another_writer_put_behind_it)
+{
+    const std::string other = "2024/01/01 00:00:00:000000  [    2] other\n"; // its writer took the lock over
+    set(scenes[1]);
+    fault_script script;
+    script.room = 30;
+    script.at_full = [&other] { std::ofstream(log_file(0), std::ios::app) << other; };
+    expect_faults(1);
+    const witnessed seen = log_under(script, "mark");
+    count_faults(std::any_of(seen.calls.begin(), seen.calls.end(),
+                             [](const auto& c) { return is(c, "write") && c.result < 0; }));
+    const std::string bytes = read_file(log_file(0));
+    EXPECT_EQ(bytes.substr(bytes.size() - std::min(bytes.size(), other.size())), other);
 }
 
 TEST_F(log_faults, that_are_clocks_put_back_and_forward_delay_no_line_beyond_its_three_tries)

@@ -19,6 +19,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace korvane::test {
 
@@ -135,6 +136,11 @@ ssize_t write_into_room(std::size_t size, Write write)
         return write(size);
     }
     if (active->room == 0) {
+        if (active->script.at_full) {
+            scene* const interrupted = std::exchange(active, nullptr);
+            interrupted->script.at_full();
+            active = interrupted;
+        }
         errno = ENOSPC;
         return -1;
     }

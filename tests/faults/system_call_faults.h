@@ -22,6 +22,7 @@ struct fault_script {
     int error = 0;                  ///< how they fail
     std::size_t piece = no_limit;   ///< the most bytes that one call sends, receives or writes
     std::size_t room = no_limit;    ///< how many bytes go onto the disk before it is full
+    std::function<void()> at_full;  ///< done by nobody's script just before a write finds the disk full
     bool interrupted_first = false; ///< every call that a signal can break off is broken off before it works
     std::time_t clock_step = 0;     ///< how far the clock is put forward (or back) before each look at it
 };
