@@ -38,7 +38,9 @@ void reply_row::closed_ring(const char* name, std::vector<Tposition_xy>& polygon
 {
     for (json_object* ring : json_elements(json_member(json_member(row_, name), "coordinates"))) {
         const json_elements vertices(ring);
-        polygon.reserve(polygon.size() + vertices.size());
+        if (polygon.empty()) { // for each of many rings it would move the whole list
+            polygon.reserve(vertices.size());
+        }
         for (std::size_t i = 0; i + 1 < vertices.size(); ++i) {
             append_vertex(vertices[i], polygon);
         }

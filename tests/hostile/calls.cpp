@@ -141,4 +141,16 @@ const std::vector<target>& targets()
     return made;
 }
 
+std::vector<target> targets_that(bool (*wanted)(const target& each))
+{
+    std::vector<target> all;
+    std::copy_if(targets().begin(), targets().end(), std::back_inserter(all), wanted);
+    return all;
+}
+
+bool are_asked_in_json(const target& each)
+{
+    return each.request.rfind('{', 0) == 0;
+}
+
 } // namespace korvane::test

@@ -31,4 +31,8 @@ struct target {
 /// Every entry point, for every kind that it takes.
 const std::vector<target>& targets();
 
+std::vector<target> targets_that(bool (*wanted)(const target& each));
+
+bool are_asked_in_json(const target& each);
+
 } // namespace korvane::test

@@ -6,19 +6,6 @@ namespace korvane::test {
 
 namespace {
 
-template <class Wanted>
-std::vector<target> targets_that(Wanted wanted)
-{
-    std::vector<target> all;
-    std::copy_if(targets().begin(), targets().end(), std::back_inserter(all), wanted);
-    return all;
-}
-
-bool are_asked_in_json(const target& each)
-{
-    return each.request.rfind('{', 0) == 0;
-}
-
 bool may_end_the_process(const target& each)
 {
     return !each.ending.empty();
