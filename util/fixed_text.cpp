@@ -20,6 +20,11 @@ bool continues_letter(char byte)
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
+bool begins_long_letter(char byte)
+{
+    return static_cast<unsigned char>(byte) >= 0xC0U;
+}
+
 /// The longest length up to `limit` that does not split a letter; `limit` itself where the bytes are not UTF-8.
 std::size_t whole_letters(std::string_view text, std::size_t limit)
 {
@@ -28,7 +33,7 @@ std::size_t whole_letters(std::string_view text, std::size_t limit)
     while (length > 0 && limit - length <= longest_tail && continues_letter(text[length])) {
         --length;
     }
-    return limit - length <= longest_tail ? length : limit;
+    return limit - length <= longest_tail && begins_long_letter(text[length]) ? length : limit;
 }
 
 } // namespace

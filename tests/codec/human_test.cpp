@@ -414,6 +414,10 @@ TEST_F(human_reply, cuts_between_letters)
         {times(9, four), times(8, four)},
         {"x" + times(8, four), "x" + times(7, four)},
         {"xxx" + times(8, four), "xxx" + times(7, four)},
+        // What is not UTF-8 is cut where the field ends.
+        {times(31, "x") + "y\xa0" + "zz", times(31, "x") + "y"},
+        {times(31, "x") + "\xa0\xa0" + "zz", times(31, "x") + "\xa0"},
+        {times(40, "\xa0"), times(32, "\xa0")},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(codec::read_one("{\"channel_sid\":\"" + c.given + "\"}").channel_sid, c.kept) << c.given;
