@@ -7,7 +7,10 @@
 #include <json-c/printbuf.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <climits>
+#include <cmath>
 #include <memory>
 
 namespace korvane {
@@ -103,6 +106,21 @@ int write_position(json_object* position, printbuf* out, int /*level*/, int /*fl
     return result;
 }
 
+/// json-c's writer of a number, but for the host's decimal sign, of which json-c mends the comma alone.
+int write_real(json_object* number, printbuf* out, int /*level*/, int /*flags*/)
+{
+    constexpr int digits = 17;
+    std::array<char, 32> text;
+    char* end = std::to_chars(text.data(), text.data() + text.size(), json_object_get_double(number),
+                              std::chars_format::general, digits)
+                    .ptr;
+    if (std::find_if(text.data(), end, [](char c) { return c == '.' || c == 'e'; }) == end) {
+        *end++ = '.';
+        *end++ = '0';
+    }
+    return printbuf_memappend(out, text.data(), static_cast<int>(end - text.data()));
+}
+
 bool are_decimal_fractions(const std::vector<Tposition_xy>& vertices)
 {
     return std::all_of(vertices.begin(), vertices.end(), [](const Tposition_xy& vertex) {
@@ -153,7 +171,11 @@ void answer_row::number(const char* name, int value)
 
 void answer_row::real(const char* name, double value)
 {
-    add(name, made_json(json_object_new_double(value)));
+    json_owner number = made_json(json_object_new_double(value));
+    if (std::isfinite(value)) {
+        json_object_set_serializer(number.get(), write_real, nullptr, nullptr);
+    }
+    add(name, std::move(number));
 }
 
 void answer_row::boolean(const char* name, bool value)
@@ -189,6 +211,9 @@ namespace {
 int write_text(json_object* list, printbuf* out, int /*level*/, int /*flags*/)
 {
     const auto& text = *static_cast<const std::string*>(json_object_get_userdata(list));
+    if (text.size() > INT_MAX) {
+        return -1; // json-c's texts are no longer
+    }
     return printbuf_memappend(out, text.data(), static_cast<int>(text.size()));
 }
 
@@ -228,11 +253,9 @@ json_owner answer_rows::finish()
 
 void fill_answer(json_object* answer, long long total, int over, json_owner rows)
 {
-    if (over != 0) {
-        add_json_member(answer, "over", make_json_number(over));
-    }
-    add_json_member(answer, "count", make_json_number(static_cast<int>(total)));
-    add_json_member(answer, "metadatalist", std::move(rows));
+    add_json_members(answer, {{"over", over != 0 ? make_json_number(over) : nullptr},
+                              {"count", make_json_number(static_cast<int>(total))},
+                              {"metadatalist", std::move(rows)}});
 }
 
 } // namespace korvane

@@ -7,6 +7,7 @@
 #include "store/ai_CDataBaseComm.h"
 #include "util/fixed_text.h"
 #include "util/guarded.h"
+#include "util/six_decimals.h"
 
 namespace korvane {
 
@@ -21,8 +22,9 @@ double read_confidence(json_object* object)
     double value = 0.0;
     get_json_double(object, "confidence", &value);
     if (!(value >= 0.0 && value <= 100.0)) {
-        log_debug("[korvane](%s:%d) confidence value : %f out of bounds(%d~%d)", model_ingest.function,
-                  __LINE__, value, 0, 100);
+        const six_decimals text(value); // the host's decimal comma stays out of the log
+        log_debug("[korvane](%s:%d) confidence value : %.*s out of bounds(%d~%d)", model_ingest.function,
+                  __LINE__, static_cast<int>(text.view().size()), text.view().data(), 0, 100);
         return 0.0;
     }
     return value;

@@ -214,13 +214,13 @@ int find_statistics(json_object* request, json_object* answer, rows_as form)
         return code;
     }
     if (asked.one_channel) {
-        add_json_member(answer, "metadatalist", channel_buckets(buckets, form));
-        add_json_member(answer, "channel_sid", make_json_text(asked.channel_sid));
+        add_json_members(answer, {{"metadatalist", channel_buckets(buckets, form)},
+                                  {"channel_sid", make_json_text(asked.channel_sid)}});
     } else {
         const unsigned long long count = buckets.size() / group_size;
         json_owner groups = page_of_groups(buckets, count, read_page(filters), form);
-        add_json_member(answer, "count", make_json_number(static_cast<int>(count)));
-        add_json_member(answer, "metadatalist", std::move(groups));
+        add_json_members(answer, {{"count", make_json_number(static_cast<int>(count))},
+                                  {"metadatalist", std::move(groups)}});
     }
     return as_int(result_ok);
 }

@@ -97,6 +97,23 @@ void add_json_member(json_object* object, const char* key, json_owner value)
     static_cast<void>(value.release());
 }
 
+void add_json_members(json_object* object, named_json* first, const named_json* last)
+{
+    named_json* next = first;
+    try {
+        for (; next != last; ++next) {
+            if (next->value) {
+                add_json_member(object, next->key, std::move(next->value));
+            }
+        }
+    } catch (const std::bad_alloc&) {
+        while (next != first) {
+            json_object_object_del(object, (--next)->key);
+        }
+        throw;
+    }
+}
+
 void add_new_json_member(json_object* object, const char* lasting_key, json_owner value)
 {
     constexpr unsigned new_and_lasting = JSON_C_OBJECT_ADD_KEY_IS_NEW | JSON_C_OBJECT_KEY_IS_CONSTANT;

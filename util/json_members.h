@@ -37,6 +37,21 @@ json_owner make_json_number(int value);
 void add_json_member(json_object* object, const char* key, json_owner value);
 void add_json_element(json_object* array, json_owner value);
 
+/// A member to be; null: none.
+struct named_json {
+    const char* key;
+    json_owner value;
+};
+
+/// add_json_member for each, or for none: where one cannot be added those before it are taken out again.
+void add_json_members(json_object* object, named_json* first, const named_json* last);
+
+template <std::size_t count>
+void add_json_members(json_object* object, named_json (&&members)[count])
+{
+    add_json_members(object, members, members + count);
+}
+
 /// Adds a member under a key that the object does not have yet and that outlives it: the key is neither looked
 /// for nor copied.
 void add_new_json_member(json_object* object, const char* lasting_key, json_owner value);

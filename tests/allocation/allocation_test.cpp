@@ -1,6 +1,8 @@
 // Every allocation of a call fails once, for itself, and from it on for the rest of the call: no crash but json-c's own, no
 // exception, nothing half written, nothing left behind, a code that says so, and the next call works as ever.
 #include "tests/allocation/sweep.h"
+#include "tests/log/log_call.h"
+#include "tests/support/debug_log.h"
 #include "tests/support/heap.h"
 #include "tests/support/sandbox_test.h"
 #include "tests/support/scripted_store.h"
@@ -34,18 +36,35 @@ const char* name_of(effect what)
     return "?";
 }
 
-/// What json-c 0.16 is known to do: its tokener does not look whether it got a copy of a member's name, whether a member
-/// could be added, whether the text of a value could grow.
-bool is_known(const json_c_fault& fault)
+#define PARSING "json_tokener_parse_ex ... "
+
+/// What json-c 0.16 is known to do, and in how many of all sweeps' calls at most: its tokener does not look whether it got a
+/// copy of a member's name, whether a member could be added, whether the text of a value could grow.
+struct known_fault {
+    effect what;
+    const char* place;
+    std::size_t most;
+};
+
+constexpr known_fault known_faults[] = {
+    {effect::crashed, "json_tokener_parse_ex: __strdup", 704},
+    {effect::silently, PARSING "json_object_object_add_ex: __strdup", 358},
+    {effect::leaked, PARSING "json_object_object_add_ex: __strdup", 1050},
+    {effect::silently, PARSING "lh_table_new: calloc", 20},
+    {effect::leaked, PARSING "lh_table_new: calloc", 48},
+    {effect::silently, PARSING "printbuf_memappend: realloc", 25},
+    {effect::leaked, PARSING "array_list_shrink: realloc",
+     94}, // harmless; then the next, where memory stays gone
+};
+
+/// How often it may be at most; never what is not known.
+std::size_t allowed(const json_c_fault& fault)
 {
-    const std::string parsing = "json_tokener_parse_ex ... ";
-    const std::set<std::string> dropping{
-        parsing + "json_object_object_add_ex: __strdup", parsing + "lh_table_new: calloc",
-        parsing + "printbuf_memappend: realloc",
-        parsing + "array_list_shrink: realloc", // harmless; then the next, where memory stays gone
-    };
-    return fault.what == effect::crashed ? fault.place == "json_tokener_parse_ex: __strdup"
-                                         : dropping.count(fault.place) != 0;
+    const auto* known =
+        std::find_if(std::begin(known_faults), std::end(known_faults), [&fault](const known_fault& one) {
+            return one.what == fault.what && one.place == fault.place;
+        });
+    return known == std::end(known_faults) ? 0 : known->most;
 }
 
 /// Sums over all sweeps, printed at the end.
@@ -70,6 +89,7 @@ public:
         }
         for (const auto& [fault, count] : faults_) {
             std::cout << std::setw(8) << count << "  " << name_of(fault.what) << ", " << fault.place << '\n';
+            EXPECT_LE(count, allowed(fault)) << name_of(fault.what) << ", " << fault.place;
         }
     }
 
@@ -106,7 +126,7 @@ TEST_P(allocation, fails)
         ADD_FAILURE() << complaint;
     }
     for (const auto& [fault, count] : result.json_c_faults) {
-        EXPECT_TRUE(is_known(fault)) << count << " times " << name_of(fault.what) << ": " << fault.place;
+        EXPECT_GT(allowed(fault), 0U) << count << " times " << name_of(fault.what) << ": " << fault.place;
     }
     if (how == failing::from_there_on) {
         // Where memory does not come back, json-c says so by its result, or errno still does at the end of the text.
@@ -213,6 +233,16 @@ TEST_F(without_memory, a_member_whose_text_cannot_be_made_is_left_out_by_the_get
 {
     expect_refusals_only("get_json_string");
     expect_refusals_only("get_json_timestamp");
+}
+
+TEST_F(without_memory, a_long_log_line_holds_as_much_as_fits)
+{
+    const std::string message(5000, 'm');
+    constexpr std::size_t fits = 927;
+    fail_allocations({1, true, 0, nullptr});
+    log("%s", message.c_str());
+    EXPECT_GE(stop_failing_allocations(), 1U);
+    EXPECT_EQ(debug_log_texts(), std::vector<std::string>{std::string(fits, 'm')});
 }
 
 TEST_F(without_memory, a_session_without_its_large_read_ahead_reads_on_in_small_pieces)

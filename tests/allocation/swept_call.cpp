@@ -5,6 +5,7 @@
 #include "codec/model.h"
 #include "codec/people_counting.h"
 #include "codec/vault.h"
+#include "dispatch/kinds.h"
 #include "store/ai_CDataBaseComm.h"
 #include "store/send_restful_req.h"
 #include "tests/support/record_texts.h"
@@ -133,6 +134,45 @@ void add_entry_points(std::vector<swept_call>& calls)
         "delete_people_counting", done, std::string("1700000000000"),
         [](std::string& state) { return delete_people_counting(state.data()); },
         [](const std::string&) { return std::string(); }));
+}
+
+// ----------------------------------------------------------------------------------------- query handlers
+
+/// A parsed request and the answer that a handler adds to. A copy is parsed anew: json-c makes texts of numbers when asked.
+struct trees {
+    explicit trees(std::string given)
+        : text(std::move(given))
+    {
+    }
+    trees(const trees& other)
+        : trees(other.text)
+    {
+    }
+
+    std::string text;
+    json_owner request{json_tokener_parse(text.c_str())};
+    json_owner answer{json_object_new_object()};
+};
+
+template <unsigned int (*function)(json_object*, json_object*&)>
+swept_call handler(const sample_query& query)
+{
+    return swept(
+        "handler/" + query.name, query.reply, trees(query.request),
+        [](trees& state) {
+            json_object* answer = state.answer.get();
+            return static_cast<int>(function(state.request.get(), answer));
+        },
+        [](const trees& state) { return std::string(json_object_to_json_string(state.answer.get())); });
+}
+
+void add_handlers(std::vector<swept_call>& calls)
+{
+    const std::vector<sample_kind> kinds = sample_kinds();
+    calls.push_back(handler<query_human_metadata>(kinds[0].queries[0]));
+    calls.push_back(handler<query_face_metadata>(kinds[1].queries[0]));
+    calls.push_back(handler<query_model_metadata>(kinds[2].queries[0]));
+    calls.push_back(handler<query_people_counting_metadata>(kinds[3].queries[0]));
 }
 
 // ------------------------------------------------------------------------------------------------ codecs
@@ -378,6 +418,7 @@ std::vector<swept_call> swept_calls()
 {
     std::vector<swept_call> calls;
     add_entry_points(calls);
+    add_handlers(calls);
     add_codecs(calls);
     add_store_requests(calls);
     add_helpers(calls);

@@ -5,6 +5,8 @@
 #include "tests/support/debug_log.h"
 #include "tests/support/sandbox_test.h"
 
+#include <korvane/ai_metadata.h>
+
 #include <cctype>
 #include <clocale>
 #include <cstdio>
@@ -27,6 +29,11 @@ everything call_everything()
     answering_store store(answering_store::recording::yes);
     everything seen;
     seen.results = make_all_calls(linked_entry_points(), 1'234'567);
+    // The line that tells a real number.
+    std::string unsure =
+        R"({"timestamp":"1","channel_sid":"door","results":[{"function_name":"ObjectDetection",)"
+        R"("objects":[[{"confidence":100.5,"position":[]}]]}]})";
+    EXPECT_EQ(insert_ai_metadata(unsure.data()), 0);
     seen.requests = store.requests();
     seen.log = debug_log_texts();
     return seen;
@@ -77,6 +84,15 @@ TEST_F(reliability_locale, of_turkey_with_one_byte_a_letter_changes_no_byte)
     const host_locale turkish("tr_TR", "ISO-8859-9");
     ASSERT_NE(std::tolower('I'), 'i');
     ASSERT_EQ(printed_half(), "0,5");
+    expect_alike(plain, call_everything());
+}
+
+/// json-c knows no decimal sign but point and comma.
+TEST_F(reliability_locale, of_afghanistan_changes_no_byte)
+{
+    const everything plain = call_everything();
+    const host_locale afghan("ps_AF", "UTF-8");
+    ASSERT_EQ(printed_half(), "0\u066b5");
     expect_alike(plain, call_everything());
 }
 
