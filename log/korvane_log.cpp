@@ -143,7 +143,7 @@ public:
             const ssize_t written = write(file, begin + done, size - done);
             if (written > 0) {
                 done += static_cast<std::size_t>(written);
-            } else if (errno != EINTR) {
+            } else if (written == 0 || errno != EINTR) {
                 take_back(file, done);
                 return;
             }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -59,6 +60,9 @@ std::string make_request(std::string_view request_head, int port, std::size_t bo
 
 bool send(TTCPSession& session, std::string& bytes)
 {
+    if (bytes.size() > INT_MAX) {
+        return false;
+    }
     session.SendPacket(as_bytes(bytes), static_cast<int>(bytes.size()));
     return connected(session);
 }

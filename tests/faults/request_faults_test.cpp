@@ -7,6 +7,8 @@
 #include "tests/faults/reply_rules.h"
 #include "tests/faults/system_call_trace.h"
 #include "tests/support/debug_log.h"
+#include "tests/support/files.h"
+#include "tests/support/sample_calls.h"
 #include "tests/transport/exchange_test.h"
 
 #include <sys/resource.h>
@@ -98,6 +100,28 @@ exchange_end end_of_broken(const std::vector<system_call>& calls, std::size_t at
                      : exchange_end{-1, earlier_reply};
 }
 
+/// The calls of one of a report's requests.
+struct request_span {
+    std::size_t begin;
+    std::vector<system_call> calls;
+    bool matters; ///< not the second request of a stored face: that face is stored, whatever comes of it
+};
+
+bool begins_a_request(const system_call& call)
+{
+    return is(call, "socket");
+}
+
+/// That which call number `at` belongs to.
+request_span request_around(const std::vector<system_call>& calls, std::size_t at)
+{
+    const auto here = calls.begin() + static_cast<std::ptrdiff_t>(at);
+    const auto begin =
+        std::find_if(std::make_reverse_iterator(here + 1), calls.rend(), begins_a_request).base() - 1;
+    const auto end = std::find_if(here + 1, calls.end(), begins_a_request);
+    return {static_cast<std::size_t>(begin - calls.begin()), {begin, end}, begin == calls.begin()};
+}
+
 class request_faults : public faults_test {
 protected:
     void SetUp() override
@@ -123,8 +147,11 @@ protected:
 
     void expect_end(const tried& result, const exchange_end& end, const std::string& what) const
     {
+        constexpr milliseconds without_a_time_out{
+            5000}; // nothing to wait for; the time-out is four times as long
         EXPECT_EQ(result.end.code, end.code) << what;
         EXPECT_EQ(result.end.reply, end.reply) << what;
+        EXPECT_LT(result.end.took, without_a_time_out) << what;
         expect_nothing_left(result.seen, what);
     }
 
@@ -248,7 +275,9 @@ TEST_F(request_faults, that_are_short_transfers_do_no_harm_whatever_their_size)
             expect_faults(1);
             const tried broken = send_under(script, what);
             count_faults(largest_transfer(broken.seen.calls) == piece);
-            expect_end(broken, {0, reply_body}, "transfers of " + std::to_string(piece) + " bytes");
+            const std::string told = "transfers of " + std::to_string(piece) + " bytes";
+            expect_end(broken, {0, reply_body}, told);
+            expect_next_request_works(told);
         }
     }
 }
@@ -259,6 +288,7 @@ TEST_F(request_faults, that_are_signals_without_end_last_as_long_as_the_time_out
         const char* call;
         int code;
     } cases[] = {{"send", -2}, {"recv", -3}, {"poll", -1}};
+    const int descriptors_before = open_descriptors();
     std::vector<std::thread> all;
     std::vector<tried> ends(std::size(cases));
     for (std::size_t i = 0; i < std::size(cases); ++i) {
@@ -283,14 +313,15 @@ TEST_F(request_faults, that_are_signals_without_end_last_as_long_as_the_time_out
         EXPECT_LT(ends[i].end.took, milliseconds(1500)) << told;
         EXPECT_EQ(ends[i].seen.blocks_left, 0) << told;
     }
+    EXPECT_EQ(open_descriptors(), descriptors_before);
+    expect_next_request_works("signals without end");
 }
 
-TEST_F(request_faults, of_a_report_end_in_the_reports_code)
+class report_faults : public faults_test, public ::testing::WithParamInterface<sample_kind> {};
+
+TEST_P(report_faults, end_in_the_reports_code)
 {
-    // The whole call, its log lines included: a fault of those may cost the line, never the call.
-    const std::string report =
-        R"({"timestamp":"1","channel_sid":"door","results":[{"function_name":"HumanDetection",)"
-        R"("objects":[[{"position":[{"x":0.5,"y":0.5}]}]]}]})";
+    const std::string& report = GetParam().report;
     const peer_process store({}, scripted_store::default_port);
     int code = 0;
     const auto insert_under = [&](const fault_script& script) {
@@ -299,22 +330,29 @@ TEST_F(request_faults, of_a_report_end_in_the_reports_code)
     const std::vector<system_call> calls = insert_under({}).calls;
     ASSERT_EQ(code, 0);
     for (std::size_t at = 0; at < calls.size(); ++at) {
+        const request_span request = request_around(calls, at);
         const std::vector<int>& errors = facts_of(calls[at].name).errors;
         expect_faults(errors.size());
         for (const int error : errors) {
             fault_script script;
             script.at = at;
             script.error = error;
-            const std::string told = std::string(calls[at].name) + ": " + std::string(error_name(error));
+            const std::string told = std::string(calls[at].name) + " as call " + std::to_string(at) + ": " +
+                                     std::string(error_name(error));
             const witnessed broken = insert_under(script);
             count_faults(broken.injected);
-            EXPECT_EQ(code, end_of_broken(calls, at, error).code == 0 ? 0 : -1) << told;
+            const bool stored =
+                !request.matters || end_of_broken(request.calls, at - request.begin, error).code == 0;
+            EXPECT_EQ(code, stored ? 0 : -1) << told;
             expect_nothing_left(broken, told);
             expect_nothing_left(insert_under({}), "the report after " + told);
             EXPECT_EQ(code, 0) << "after " << told;
         }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(of, report_faults, ::testing::ValuesIn(sample_kinds()),
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(request_faults, that_are_missing_descriptors_fail_the_request_and_cost_nothing_more)
 {

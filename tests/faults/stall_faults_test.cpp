@@ -1,7 +1,9 @@
 // A store that stops in the middle, at every byte and at every stage, all at the same time: nobody waits longer than the
 // time-out, which is one second here.
 #include "tests/faults/faults_test.h"
+#include "tests/faults/peer_process.h"
 #include "tests/faults/reply_rules.h"
+#include "tests/support/files.h"
 #include "tests/transport/exchange_test.h"
 
 #include <arpa/inet.h>
@@ -120,6 +122,7 @@ protected:
     /// Makes all calls at once, a thread each.
     void expect_time_outs(const std::vector<stalled>& all)
     {
+        const int descriptors_before = open_descriptors();
         std::vector<exchanged> ends(all.size());
         std::vector<witnessed> seen(all.size());
         std::vector<std::thread> threads;
@@ -138,6 +141,9 @@ protected:
             EXPECT_EQ(seen[i].blocks_left, 0) << all[i].told;
             count_faults(ends[i].took >= milliseconds(950));
         }
+        EXPECT_EQ(open_descriptors(), descriptors_before);
+        const peer_process peer;
+        EXPECT_EQ(exchange_with(peer.port(), "GET /path").code, 0) << "after the stalls";
     }
 };
 

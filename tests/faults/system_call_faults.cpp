@@ -156,6 +156,7 @@ std::time_t clock_error()
     if (active == nullptr || active->script.clock_step == 0) {
         return 0;
     }
+    ++active->seen.clock_looks;
     active->clock_ahead += active->script.clock_step;
     return active->clock_ahead;
 }

@@ -37,6 +37,7 @@ struct system_call {
 struct witnessed {
     std::vector<system_call> calls; ///< in order, the failed ones included
     std::size_t injected = 0;       ///< how many of them the script made fail
+    std::size_t clock_looks = 0;    ///< how often the clock was asked, and told otherwise than it is
     int sleeps = 0;                 ///< sleeps that came to their end, at once: nobody waits under a script
     long long blocks_left = 0; ///< blocks on the heap; always 0 under a sanitizer, which looks for itself
     int descriptors_left = 0;
