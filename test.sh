@@ -91,7 +91,7 @@ coverage() {
     mkdir -p build/coverage/report
     gcovr --root . --object-directory build/coverage --exclude-unreachable-branches --exclude-throw-branches \
         --filter 'dispatch/' --filter 'store/' --filter 'codec/' --filter 'util/' --filter 'log/' --filter 'platform/' \
-        --html-details build/coverage/report/index.html --txt build/coverage/report/summary.txt --print-summary
+        --fail-under-line 99 --fail-under-branch 95 --html-details build/coverage/report/index.html --txt build/coverage/report/summary.txt --print-summary
     echo 'The report is build/coverage/report/index.html'
 }
 

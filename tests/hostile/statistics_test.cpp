@@ -1,5 +1,4 @@
-// Statistics of any rows and any range: the answer has as many buckets as the range, for each channel that the reply names,
-// and no call takes longer than that.
+// Statistics of any rows and any range: the answer has as many buckets as the range, for each channel that the reply names.
 #include "codec/people_counting.h"
 #include "tests/hostile/invariants.h"
 #include "tests/support/heap.h"

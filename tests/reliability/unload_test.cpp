@@ -60,24 +60,31 @@ bool is_loaded()
     return read_file("/proc/self/maps").find("libkorvane") != std::string::npos;
 }
 
-/// The blocks of the parsed requests that all samples' successful queries keep on purpose, counted with the
-/// JSON library that the library itself uses.
-long long blocks_kept_by_one_round()
+struct heap_use {
+    long long blocks = 0;
+    long long bytes = 0;
+};
+
+/// The parsed requests that all samples' successful queries keep on purpose, measured with the JSON library that
+/// the library itself uses.
+heap_use kept_by_one_round()
 {
     const loaded_library library;
     void* (*parse)(const char*) = nullptr;
     void* found = dlsym(library.handle(), "json_tokener_parse");
     std::memcpy(&parse, &found, sizeof parse);
-    long long blocks = 0;
+    heap_use kept;
     for (const sample_call& call : sample_calls()) {
         if (call.keeps_request) {
             const std::string text = text_of(call, 1);
-            const long long before = heap_blocks_of_this_thread();
+            const process_state before = state_now();
             parse(text.c_str()); // never released: this is the measure
-            blocks += heap_blocks_of_this_thread() - before;
+            const process_state after = state_now();
+            kept.blocks += after.blocks - before.blocks;
+            kept.bytes += after.heap_bytes - before.heap_bytes;
         }
     }
-    return blocks;
+    return kept;
 }
 
 /// Loads, calls everything, unloads.
@@ -94,8 +101,8 @@ TEST_F(reliability_unload, a_thousand_times_leaves_nothing_but_the_kept_requests
     ASSERT_FALSE(is_loaded());
     const answering_process store;
     const std::vector<call_result> expected = one_round();
-    const long long kept = blocks_kept_by_one_round();
-    ASSERT_GT(kept, 100);
+    const heap_use kept = kept_by_one_round();
+    ASSERT_GT(kept.blocks, 100);
     for (int i = 0; i < 50; ++i) {
         one_round(); // what the dynamic linker and the heap keep for the next time settles
     }
@@ -108,10 +115,13 @@ TEST_F(reliability_unload, a_thousand_times_leaves_nothing_but_the_kept_requests
     EXPECT_FALSE(is_loaded());
     EXPECT_EQ(after.descriptors, before.descriptors);
     EXPECT_EQ(after.mappings, before.mappings);
-    EXPECT_EQ(after.blocks - before.blocks, rounds * kept);
-    std::printf("%d rounds: a round leaves %.2f blocks, %.0f bytes; its kept requests are %lld blocks\n",
-                rounds, static_cast<double>(after.blocks - before.blocks) / rounds,
-                static_cast<double>(after.heap_bytes - before.heap_bytes) / rounds, kept);
+    EXPECT_EQ(after.blocks - before.blocks, rounds * kept.blocks);
+    // One parse alone takes the ends of larger blocks, too.
+    EXPECT_LE(after.heap_bytes - before.heap_bytes, rounds * kept.bytes);
+    std::printf(
+        "%d rounds: a round leaves %.2f blocks, %.0f bytes; its kept requests are %lld blocks, %lld bytes\n",
+        rounds, static_cast<double>(after.blocks - before.blocks) / rounds,
+        static_cast<double>(after.heap_bytes - before.heap_bytes) / rounds, kept.blocks, kept.bytes);
 }
 
 } // namespace
