@@ -13,6 +13,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 all_targets=(insert query replies session transport log helpers)
 build=build/fuzz
 cores=$(nproc)
+workers=$((cores > 1 ? cores : 2)) # one of each length
 # Bytes of an input. Short ones run fast; the limits of the library's fields and work areas need long ones, which take three
 # times as long. Every second worker takes long ones, and of a number of executions a third of its neighbour's.
 short=1024
@@ -115,8 +116,10 @@ report_target() {
     local findings=0
     findings=$(find "$build/findings/$target" -type f -newer "$build/run/started" ! -name 'slow-unit-*' | wc -l)
     found=$((found + findings))
-    printf '%-10s %12d %10d %12s %9d %9d\n' \
-        "$target" "$sum" $((sum / (seconds > 0 ? seconds : 1))) "$coverage/$edges" "$features" "$findings"
+    local slow
+    slow=$(find "$build/findings/$target" -type f -newer "$build/run/started" -name 'slow-unit-*' | wc -l)
+    printf '%-10s %12d %10d %12s %9d %9d %6d\n' \
+        "$target" "$sum" $((sum / (seconds > 0 ? seconds : 1))) "$coverage/$edges" "$features" "$findings" "$slow"
     if [ "$findings" -gt 0 ]; then
         find "$build/findings/$target" -type f -newer "$build/run/started" ! -name 'slow-unit-*' \
             -printf "    tools/sandbox.sh $build/fuzz/${target}_fuzzer %p\n"
@@ -135,7 +138,7 @@ limit_of() {
         echo "-max_total_time=$seconds"
         return
     fi
-    local shares=$(((cores + 1) / 2 * short_share + cores / 2 * long_share))
+    local shares=$(((workers + 1) / 2 * short_share + workers / 2 * long_share))
     local share=$((worker % 2 == 0 ? short_share : long_share))
     echo "-runs=$(((runs * share + shares - 1) / shares))"
 }
@@ -149,7 +152,7 @@ fuzz_target() {
     local pids=()
     local began=$SECONDS
     local worker largest
-    for ((worker = 0; worker < cores; worker++)); do
+    for ((worker = 0; worker < workers; worker++)); do
         logs+=("$build/run/$target.$worker.log")
         largest=$((worker % 2 == 0 ? short : long))
         run_program "$target" -max_len=$largest -dict=fuzz/dictionary.txt -artifact_prefix="$build/findings/$target/" \
@@ -223,7 +226,7 @@ esac
 found=0
 mkdir -p "$build/run"
 touch "$build/run/started"
-printf '\n%-10s %12s %10s %12s %9s %9s\n' target executions 'a second' 'edges' features findings
+printf '\n%-10s %12s %10s %12s %9s %9s %6s\n' target executions 'a second' 'edges' features findings slow
 for target in "${targets[@]}"; do
     fuzz_target "$target"
 done
