@@ -7,8 +7,8 @@
 
 namespace korvane::fuzz {
 
-/// How the store answers the requests of the calls made during its life: the nth request by the nth text, all others by
-/// {"ret":0}. A text that begins with
+/// How the store answers the requests of the calls made during its life: the nth request by the nth text, the others by
+/// {"ret":0} up to the 100th, and then {"ret":1}. A text that begins with
 ///
 ///   !c  !h  !b  !   fails: no connection; the head or the body cannot be sent; the connection ends without a status line
 ///   ~N              comes N bytes at a time (N is a character: its code from 1 to 63), with empty receives in between
