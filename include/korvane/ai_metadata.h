@@ -31,7 +31,8 @@ int insert_ai_metadata(void* json_text);
 /// Answers a query: {"metadata": {"function_name": ..., filters}}.
 ///
 /// On success `*answer` is a `malloc` block with the answer as NUL-terminated JSON text, which the caller
-/// releases with `free`. On failure `*answer` is left as it was.
+/// releases with `free`. On failure `*answer` is left as it was. "date" is local time, its hours as the host's
+/// locale writes them; numbers are the same in every locale.
 int query_ai_metadata(void* json_text, void** answer);
 
 /// Lists which persons were seen in the stored face results that match {"metadata": {filters}}:
