@@ -9,6 +9,11 @@
 
 #include <korvane/ai_metadata.h>
 
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <random>
 #include <type_traits>
 
 namespace korvane::test {
@@ -156,6 +161,44 @@ TEST_F(model_query_handler, leaves_the_answer_as_it_was_when_the_store_fails)
     EXPECT_EQ(result.code, 0xFFFFFFFFU);
     EXPECT_EQ(result.answer, R"({ "kept": 1 })");
     EXPECT_EQ(debug_log_texts(), texts{"[korvane](query_model_metadata:#) get model metadata failed"});
+}
+
+std::vector<double> real_numbers()
+{
+    std::vector<double> values{0.1,  1,      100,  87.5, -1,   99.9,   2 / 3.0, 1e15,
+                               1e16, 123e15, 1e17, 1e-4, 1e-5, 5e-324, -1e300,  1.7976931348623157e308};
+    std::mt19937_64 random(1);
+    while (values.size() < 1000) {
+        const std::uint64_t bits = random();
+        double value = 0;
+        std::memcpy(&value, &bits, sizeof value);
+        if (std::isfinite(value)) {
+            values.push_back(value);
+        }
+    }
+    return values;
+}
+
+TEST_F(model_query_handler, writes_real_numbers_as_the_json_library_does)
+{
+    std::string rows;
+    texts expected;
+    for (const double value : real_numbers()) {
+        char text[40];
+        std::snprintf(text, sizeof text, "%.17g", value);
+        rows.append(rows.empty() ? "" : ",").append(R"({"confidence":)").append(text).append("}");
+        const korvane::json_owner number(json_object_new_double(value));
+        expected.emplace_back(json_object_to_json_string(number.get()));
+    }
+    store_.reply_with(json_reply(R"({"ret":0,"totalCounts":1,"datas":[)" + rows + "]}"));
+    const query_result result = ask(question);
+    texts written;
+    const std::string member = R"("confidence": )";
+    for (std::size_t at = 0; (at = result.answer.find(member, at)) != std::string::npos;) {
+        at += member.size();
+        written.push_back(result.answer.substr(at, result.answer.find_first_of(" ,}", at) - at));
+    }
+    EXPECT_EQ(written, expected);
 }
 
 TEST_F(model_query_handler, adds_to_the_answer_that_is_there)
