@@ -286,6 +286,21 @@ TEST_F(log_faults, that_are_short_writes_tear_no_line)
     }
 }
 
+TEST_F(log_faults, that_are_writes_of_nothing_lose_the_line_and_end)
+{
+    set(scenes[1]);
+    const std::size_t before = read_file(log_file(0)).size();
+    fault_script script;
+    script.piece = 0;
+    expect_faults(1);
+    const witnessed seen = log_under(script, "mark");
+    count_faults(std::count_if(seen.calls.begin(), seen.calls.end(),
+                               [](const auto& c) { return is(c, "write") && c.result == 0; }) == 1);
+    EXPECT_EQ(read_file(log_file(0)).size(), before);
+    expect_nothing_left(seen, "a write of nothing");
+    expect_next_line("a write of nothing");
+}
+
 TEST_F(log_faults, that_are_disks_full_after_any_byte_leave_no_torn_line)
 {
     const scene& at = scenes[1];
