@@ -15,10 +15,6 @@ namespace korvane::test {
 std::string wrong_with(const call_result& result, const target& called, const std::string& request,
                        const std::string& reply);
 
-/// By a parser that is not the library's. Bytes of texts pass through the library as they come, UTF-8 or not: only the grammar
-/// is judged.
-bool is_json(std::string text);
-
 /// Makes calls, each judged by the above, and counts them.
 class hostile_test : public sandbox_test {
 protected:

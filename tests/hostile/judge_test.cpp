@@ -1,5 +1,6 @@
 // The judges themselves: one that never finds anything would look like a library without faults.
 #include "tests/hostile/invariants.h"
+#include "tests/hostile/json_judge.h"
 
 namespace korvane::test {
 

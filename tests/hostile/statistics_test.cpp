@@ -6,9 +6,10 @@
 
 #include <korvane/ai_metadata.h>
 
-#include <nlohmann/json.hpp>
+#include <json-c/json.h>
 
 #include <climits>
+#include <memory>
 
 namespace korvane::test {
 
@@ -92,10 +93,19 @@ std::string request(const std::string& query_type, const std::string& time, bool
 
 std::size_t buckets_in(const std::string& answer)
 {
-    const auto tree = nlohmann::json::parse(answer);
+    const std::unique_ptr<json_object, int (*)(json_object*)> tree{json_tokener_parse(answer.c_str()),
+                                                                   json_object_put};
+    json_object* list = json_object_object_get(tree.get(), "metadatalist");
+    if (!json_object_is_type(list, json_type_array)) {
+        ADD_FAILURE() << answer;
+        return 0;
+    }
     std::size_t count = 0;
-    for (const auto& element : tree["metadatalist"]) {
-        count += element.contains("data") ? element["data"].size() : 1;
+    for (std::size_t i = 0; i < json_object_array_length(list); ++i) {
+        json_object* data = nullptr;
+        const bool is_channel =
+            json_object_object_get_ex(json_object_array_get_idx(list, i), "data", &data) != 0;
+        count += is_channel ? json_object_array_length(data) : 1;
     }
     return count;
 }
