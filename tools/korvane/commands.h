@@ -1,18 +1,12 @@
 // The commands of the korvane program: one function each, one file each, listed in main.cpp.
 #pragma once
 
+#include "exit_status.h"
+
 #include <CLI/CLI.hpp>
 #include <functional>
 
 namespace host {
-
-enum exit_status {
-    all_well = 0,
-    something_refused = 1,
-    usage_error = 2,
-    store_unreachable = 3,
-    interrupted_by_user = 130, // as a shell reports Ctrl-C
-};
 
 /// A declared command and what runs it once the arguments are read. `run` returns an exit_status and throws
 /// CLI::ParseError for arguments that only the command itself can judge.

@@ -2,7 +2,7 @@
 
 #include "text.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
 #include <cerrno>
 #include <fcntl.h>
 #include <stdexcept>

@@ -1,6 +1,6 @@
 #include "insert_run.h"
 
-#include "commands.h"
+#include "exit_status.h"
 #include "guarded_process.h"
 #include "interrupt.h"
 #include "result_text.h"

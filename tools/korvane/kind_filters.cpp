@@ -1,6 +1,6 @@
 #include "kind_filters.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
 #include <cstdlib>
 #include <cstring>
 #include <limits>

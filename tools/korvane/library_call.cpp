@@ -1,6 +1,6 @@
 #include "library_call.h"
 
-#include "commands.h"
+#include "exit_status.h"
 #include "guarded_process.h"
 #include "library_log.h"
 #include "report_splitter.h"

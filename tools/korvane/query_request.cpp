@@ -3,7 +3,8 @@
 #include "json.h"
 #include "text.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
+#include <CLI/StringTools.hpp>
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
