@@ -170,14 +170,16 @@ TEST_F(transport_failures, a_body_that_trickles_in_ends_with_the_time_out)
 TEST_F(transport_failures, without_a_time_out_a_slow_store_is_waited_for)
 {
     const std::string head = "HTTP/1.1 200 OK\r\nContent-Length: 3\r\n\r\n";
-    const std::size_t inside_a_line = 30;
+    struct pieces {
+        std::size_t size;
+        milliseconds pause;
+    };
     for (const int timeout_s : {0, -1}) {
-        for (const std::size_t first_piece : {head.size(), inside_a_line}) {
-            const exchanged result =
-                get(in_pieces(raw_reply(head + "abc"), first_piece, milliseconds(1200)), timeout_s);
-            EXPECT_EQ(result.code, 0) << timeout_s << ", " << first_piece;
-            EXPECT_EQ(result.reply, "abc") << timeout_s << ", " << first_piece;
-            EXPECT_GE(result.took, milliseconds(1100)) << timeout_s << ", " << first_piece;
+        for (const pieces& cut : {pieces{head.size(), milliseconds(1200)}, pieces{8, milliseconds(300)}}) {
+            const exchanged result = get(in_pieces(raw_reply(head + "abc"), cut.size, cut.pause), timeout_s);
+            EXPECT_EQ(result.code, 0) << timeout_s << ", " << cut.size;
+            EXPECT_EQ(result.reply, "abc") << timeout_s << ", " << cut.size;
+            EXPECT_GE(result.took, milliseconds(1100)) << timeout_s << ", " << cut.size;
         }
     }
 }
