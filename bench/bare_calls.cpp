@@ -5,41 +5,37 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 
 #include <algorithm>
 #include <cstdlib>
 
 namespace korvane::bench {
 
-int connect_to_store(socket_options options)
+int make_socket()
 {
-    const int connection = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (connection < 0) {
+    const int made = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (made < 0) {
         fail_call("socket");
     }
-    const int on = 1;
-    setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    if (options == socket_options::no_delay_and_time_outs) {
-        const timeval limit{300, 0};
-        setsockopt(connection, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-        setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    }
+    return made;
+}
+
+void connect_to_store(int socket)
+{
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(store_port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         fail_call("connect");
     }
-    return connection;
 }
 
-void send_all(int connection, std::string_view bytes)
+void send_all(int connection, std::string_view bytes, int flags)
 {
-    if (send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(bytes.size())) {
+    if (send(connection, bytes.data(), bytes.size(), flags | MSG_NOSIGNAL) !=
+        static_cast<ssize_t>(bytes.size())) {
         fail_call("send");
     }
 }

@@ -8,16 +8,13 @@
 
 namespace korvane::bench {
 
-/// What a connection is given between socket and connect.
-enum class socket_options {
-    no_delay,
-    no_delay_and_time_outs, ///< also the two time-outs of 300 seconds that the library's connections have
-};
+/// A socket that connect_to_store takes. Fails (fail.h), like the others.
+int make_socket();
 
-/// A connection to the peer or store on 127.0.0.1:10158. Fails (fail.h), like the next two.
-int connect_to_store(socket_options options);
+/// Connects it to the peer or store on 127.0.0.1:10158.
+void connect_to_store(int socket);
 
-void send_all(int connection, std::string_view bytes);
+void send_all(int connection, std::string_view bytes, int flags = 0);
 
 /// Receives `size` bytes into `bytes`, at most `most_at_once` with a call.
 void receive_all(int connection, char* bytes, std::size_t size, std::size_t most_at_once);

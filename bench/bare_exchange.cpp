@@ -5,10 +5,9 @@
 namespace korvane::bench {
 
 bare_exchanges::bare_exchanges(const std::vector<std::string>& recorded, std::size_t answer_size,
-                               socket_options options, std::size_t most_at_once)
+                               std::size_t most_at_once)
     : requests_(recorded.begin(), recorded.end())
     , answer_(answer_size + 1)
-    , options_(options)
     , most_at_once_(most_at_once)
 {
 }
@@ -16,7 +15,8 @@ bare_exchanges::bare_exchanges(const std::vector<std::string>& recorded, std::si
 void bare_exchanges::operator()()
 {
     for (const split_request& request : requests_) {
-        const int connection = connect_to_store(options_);
+        const int connection = make_socket();
+        connect_to_store(connection);
         send_all(connection, request.head);
         if (!request.body.empty()) {
             send_all(connection, request.body);

@@ -23,13 +23,12 @@ struct split_request {
 };
 
 /// Sends requests that a call of the library made, byte for byte and each on a connection of its own, by bare
-/// system calls: socket, options, connect, send of the head, send of the body, recv until the answer is whole, close.
+/// system calls: socket, connect, send of the head, send of the body, recv until the answer is whole, close.
 class bare_exchanges {
 public:
     /// `recorded`: the requests as the peer got them. Each answer has `answer_size` bytes and is received with at most
     /// `most_at_once` of them a call.
     bare_exchanges(const std::vector<std::string>& recorded, std::size_t answer_size,
-                   socket_options options = socket_options::no_delay,
                    std::size_t most_at_once = ~std::size_t{0});
 
     void operator()();
@@ -40,7 +39,6 @@ public:
 private:
     std::vector<split_request> requests_;
     std::vector<char> answer_;
-    socket_options options_;
     std::size_t most_at_once_;
 };
 

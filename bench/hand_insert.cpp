@@ -5,6 +5,8 @@
 
 #include <json-c/json.h>
 
+#include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace korvane::bench {
@@ -89,7 +91,14 @@ bool put_person(copied_area& body, json_object* report, json_object* person)
     return placed;
 }
 
-/// The "ret" of the store's reply, -1 without one.
+/// `option`: SO_SNDTIMEO or SO_RCVTIMEO.
+void limit_waits(int socket, int option)
+{
+    const timeval limit{300, 0};
+    setsockopt(socket, SOL_SOCKET, option, &limit, sizeof limit);
+}
+
+/// The "ret" of the store's reply, -1 without one. The system calls are the library's.
 int post(std::string_view body)
 {
     copied_area head;
@@ -98,9 +107,12 @@ int post(std::string_view body)
     head.put_number(body.size());
     head.put("\r\n\r\n");
 
-    const int connection = connect_to_store(socket_options::no_delay_and_time_outs);
-    send_all(connection, head.view());
+    const int connection = make_socket();
+    limit_waits(connection, SO_SNDTIMEO);
+    connect_to_store(connection);
+    send_all(connection, head.view(), MSG_MORE);
     send_all(connection, body);
+    limit_waits(connection, SO_RCVTIMEO);
     copied_area reply;
     json_object* tree = json_tokener_parse(receive_reply(connection, reply).data());
     json_object* ret = member(tree, "ret");

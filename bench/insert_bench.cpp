@@ -23,10 +23,7 @@ timed_call make_insert(const std::string& work, std::size_t persons, std::size_t
 void add_rivals(std::size_t persons, peer& peer)
 {
     const timed_call call = make_insert("insert/persons:" + std::to_string(persons), persons, 1, peer);
-    const std::size_t answer_size = peer.answer_size();
-    add_call_pair(call, "bare calls", peer, bare_exchanges(call.requests, answer_size));
-    add_call_pair(call, "bare, time-outs", peer,
-                  bare_exchanges(call.requests, answer_size, socket_options::no_delay_and_time_outs));
+    add_call_pair(call, "bare calls", peer, bare_exchanges(call.requests, peer.answer_size()));
     add_call_pair(call, "by hand", peer,
                   [report = make_report(persons, 1)] { insert_by_hand(report.c_str()); });
     add_call_pair(call, "libcurl", peer, curl_exchanges(call.requests));

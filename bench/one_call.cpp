@@ -84,7 +84,7 @@ void run_query(std::string_view by, std::size_t records)
         call_twice(hand_query(bare_exchanges(requests, peer.answer_size())));
     } else {
         constexpr std::size_t chunk = 1023;
-        call_twice(bare_exchanges(requests, peer.answer_size(), socket_options::no_delay, chunk));
+        call_twice(bare_exchanges(requests, peer.answer_size(), chunk));
     }
 }
 

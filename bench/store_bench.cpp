@@ -60,7 +60,8 @@ void post_every(std::size_t first, std::size_t count, std::size_t step)
 {
     for (std::size_t i = first; i < count; i += step) {
         const std::string body = make_body(i);
-        const int connection = connect_to_store(socket_options::no_delay);
+        const int connection = make_socket();
+        connect_to_store(connection);
         send_all(connection, make_head(body));
         send_all(connection, body);
         copied_area reply;

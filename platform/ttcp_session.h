@@ -27,7 +27,8 @@ public:
     TTCPSession(const TTCPSession&) = delete;
     TTCPSession& operator=(const TTCPSession&) = delete;
 
-    /// Sends all `length` bytes; on failure `socket_handle` is negative afterwards. Raises no SIGPIPE.
+    /// Sends all `length` bytes; on failure `socket_handle` is negative afterwards. Raises no SIGPIPE. The first packet's
+    /// bytes may leave only with the second's, or when the reply is read.
     int SendPacket(unsigned char* data, int length);
 
     /// Reads up to and with the next line feed, at most `max` bytes; what is left of a longer line comes with
@@ -48,7 +49,8 @@ private:
     };
 
     bool connect_to(const char* host, int port);
-    int next_flags(short events, step& now) const;
+    int next_flags(short events, bool limited, step& now) const;
+    void begin_to_receive();
     void grow_ahead();
     bool refill(step& now);
     void drop();
@@ -56,8 +58,12 @@ private:
     static constexpr std::size_t short_reply = 8192;
 
     int timeout_;
-    bool limited_ = false; ///< the socket's own waits end with the time-out
+    bool sending_limited_ = false; ///< the socket's own waits end with the time-out
+    bool receiving_limited_ = false;
+    bool receiving_ = false; ///< since the first byte was asked for
+    bool held_back_ = false; ///< the kernel may not have sent all it was given
     bool ended_ = false;
+    std::size_t sent_ = 0;
     unsigned char* ahead_ = short_ahead_; ///< bytes received and not yet asked for: [first_, last_)
     std::size_t ahead_size_ = short_reply;
     std::size_t first_ = 0;

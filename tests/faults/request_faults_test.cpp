@@ -204,6 +204,33 @@ TEST_F(request_faults, reach_every_system_call_of_a_request)
     }
 }
 
+/// Eight for a report. The options behind the last send: a head alone, which waited for a body, and a long body's tail,
+/// which waits for an acknowledgement, are told to leave.
+TEST_F(request_faults, meet_no_call_that_a_request_could_do_without)
+{
+    const std::string long_body(5000, 'b');
+    using names = std::vector<std::string>;
+    const struct {
+        request what;
+        names calls;
+    } cases[] = {
+        {requests[0],
+         {"socket", "setsockopt", "connect", "send", "setsockopt", "setsockopt", "recv", "close"}},
+        {requests[1], {"socket", "setsockopt", "connect", "send", "send", "setsockopt", "recv", "close"}},
+        {{"POST /path", long_body.c_str()},
+         {"socket", "setsockopt", "connect", "send", "send", "setsockopt", "setsockopt", "recv", "close"}},
+    };
+    for (const auto& c : cases) {
+        const std::vector<system_call> calls = send_under({}, c.what).seen.calls;
+        names seen(calls.size());
+        std::transform(calls.begin(), calls.end(), seen.begin(),
+                       [](const system_call& call) { return call.name; });
+        EXPECT_EQ(seen, c.calls) << c.what.head << " with " << c.what.body;
+        expect_faults(c.calls.size());
+        count_faults(seen.size());
+    }
+}
+
 TEST_F(request_faults, of_whole_calls_give_the_stated_code)
 {
     for (const request& what : requests) {

@@ -259,7 +259,7 @@ void call_one_that_goes_away(scripted_store& store)
         EXPECT_EQ(insert(report), -1);
         store.reply_with(reset_unread(end));
         const int sent = post_four_megabytes();
-        EXPECT_TRUE(sent == -2 || sent == -3) << sent;
+        EXPECT_TRUE(sent >= -3 && sent <= -1) << sent; // -1: reset before connect returned
         store.reply_with(reset_unread(end));
         std::string question =
             R"({"metadata":{"function_name":"FaceRecognition","person_name":["a b"],"end_time":1}})";
@@ -269,7 +269,7 @@ void call_one_that_goes_away(scripted_store& store)
         store.reply_with(reset_unread(end));
         std::string time = "1712345678901";
         const int code = delete_people_counting(time.data());
-        EXPECT_TRUE(code == -2 || code == -3) << code;
+        EXPECT_TRUE(code >= -3 && code <= -1) << code;
     }
     store.stop();
     EXPECT_EQ(insert(report), -1);

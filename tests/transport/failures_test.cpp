@@ -213,7 +213,8 @@ TEST_F(transport_failures, raise_no_sigpipe)
     sigaction(SIGPIPE, &action, &before);
     for (int i = 0; i < 5; ++i) {
         store_.reply_with(reset_unread(scripted_reply::ending::shut_reset));
-        EXPECT_EQ(exchange_with(store_.port(), "POST /path", std::string(unsendable_size, 'a')).code, -2);
+        const int code = exchange_with(store_.port(), "POST /path", std::string(unsendable_size, 'a')).code;
+        EXPECT_TRUE(code == -1 || code == -2) << code; // -1: reset before connect returned
     }
     sigaction(SIGPIPE, &before, nullptr);
     EXPECT_EQ(pipe_signals, 0);

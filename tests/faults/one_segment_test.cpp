@@ -1,0 +1,90 @@
+// Head and body of a request leave together, so that the store is woken once for both.
+#include "tests/faults/faults_test.h"
+#include "tests/faults/system_call_faults.h"
+#include "tests/transport/exchange_test.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <stdexcept>
+#include <thread>
+
+namespace korvane::test {
+
+namespace {
+
+/// Serves connections one at a time and tells what its first recv got.
+class watching_peer {
+public:
+    watching_peer()
+        : listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        address_.sin_family = AF_INET;
+        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        auto* generic = reinterpret_cast<sockaddr*>(&address_);
+        socklen_t size = sizeof address_;
+        if (bind(listener_, generic, size) != 0 || listen(listener_, 1) != 0 ||
+            getsockname(listener_, generic, &size) != 0) {
+            throw std::runtime_error("cannot listen");
+        }
+    }
+
+    ~watching_peer() { close(listener_); }
+
+    watching_peer(const watching_peer&) = delete;
+    watching_peer& operator=(const watching_peer&) = delete;
+
+    int port() const { return ntohs(address_.sin_port); }
+
+    std::string serve() const
+    {
+        const int connection = accept(listener_, nullptr, nullptr);
+        std::array<char, 8192> bytes;
+        const ssize_t count = recv(connection, bytes.data(), bytes.size(), 0);
+        const std::string reply = json_reply("{}").bytes;
+        EXPECT_EQ(send(connection, reply.data(), reply.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(reply.size()));
+        close(connection);
+        return {bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+    }
+
+private:
+    int listener_;
+    sockaddr_in address_{};
+};
+
+class request_parts : public faults_test {};
+
+TEST_F(request_parts, leave_together_however_long_the_second_takes)
+{
+    constexpr int tries = 20;
+    const std::string body(500, 'b');
+    fault_script signals; // between head and body: a peer that had the head would have been woken long before
+    signals.only = "send";
+    signals.at = 1;
+    signals.times = 1000;
+    signals.error = EINTR;
+    const watching_peer peer;
+    int whole = 0;
+    for (int i = 0; i < tries; ++i) {
+        std::string first;
+        std::thread serving([&] { first = peer.serve(); });
+        exchanged result;
+        expect_faults(signals.times);
+        count_faults(
+            with_faults(signals, [&] { result = exchange_with(peer.port(), "POST /path", body); }).injected);
+        serving.join();
+        EXPECT_EQ(result.code, 0);
+        whole += first.find("\r\n\r\n" + body) != std::string::npos ? 1 : 0;
+    }
+    // The kernel waits a fifth of a second for the second part: a machine that is busy enough may take longer.
+    EXPECT_GT(whole, tries / 2);
+}
+
+} // namespace
+
+} // namespace korvane::test
