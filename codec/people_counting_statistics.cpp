@@ -13,7 +13,7 @@ namespace {
 
 using bucket = people_counting_metadata_information;
 
-/// What a reply says of one bucket; texts are those of its tree.
+/// What a reply says of one bucket.
 struct bucket_sums {
     bool has_channel;
     std::string_view channel;
@@ -22,20 +22,32 @@ struct bucket_sums {
     int out = 0;
 };
 
-/// Looks at the tree once: of a long reply it is no longer in the cache when it is walked again.
-std::vector<bucket_sums> read_sums(const json_elements& rows)
+struct reply_sums {
+    std::vector<bucket_sums> rows;
+    std::vector<json_owner> channels; ///< the rows' texts are theirs
+};
+
+/// Looks at each row once and releases it: of a long reply it is no longer in the cache when it is come back to.
+reply_sums read_sums(const json_elements& rows)
 {
-    std::vector<bucket_sums> all;
-    all.reserve(rows.size());
-    for (json_object* row : rows) {
-        json_object* id = json_member(row, "_id");
+    reply_sums all;
+    all.rows.reserve(rows.size());
+    std::string_view last;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        json_object* id = json_member(rows[i], "_id");
         json_object* channel = json_member(id, "channel_sid");
-        bucket_sums& sums = all.emplace_back();
+        const std::string_view text = json_text(channel);
+        if (text != last) { // rows of a channel stand together
+            all.channels.push_back(json_owner(json_object_get(channel)));
+            last = text;
+        }
+        bucket_sums& sums = all.rows.emplace_back();
         sums.has_channel = channel != nullptr;
-        sums.channel = json_text(channel);
+        sums.channel = last;
         sums.time = json_text_number(json_member(id, "timestamp"));
-        get_json_int(row, "sum_in", &sums.in);
-        get_json_int(row, "sum_out", &sums.out);
+        get_json_int(rows[i], "sum_in", &sums.in);
+        get_json_int(rows[i], "sum_out", &sums.out);
+        rows.release(i);
     }
     return all;
 }
@@ -154,7 +166,7 @@ private:
     const time_grid& grid_;
     std::vector<bucket>& buckets_;
     unsigned long long next_ = 0; ///< the bucket expected next
-    std::string_view current_;    ///< texts of the reply's tree
+    std::string_view current_;    ///< texts of the reply
     bool named_ = false;          ///< the current channel: an empty name is one, too
     std::string_view last_channel_;
     std::unordered_set<std::string_view> done_;
@@ -173,11 +185,11 @@ void reserve(std::vector<bucket>& buckets, std::size_t channels, unsigned long l
     buckets.reserve(buckets.size() + added);
 }
 
-std::size_t count_channels(const std::vector<bucket_sums>& all)
+std::size_t count_channels(const std::vector<bucket_sums>& rows)
 {
     std::unordered_set<std::string_view> channels;
     std::string_view last;
-    for (const bucket_sums& sums : all) {
+    for (const bucket_sums& sums : rows) {
         if (channels.empty() || sums.channel != last) { // rows of a channel stand together
             channels.insert(sums.channel);
             last = sums.channel;
@@ -199,25 +211,25 @@ void read_statistics(const std::string& body, bool one_channel, unsigned long lo
     }
     const time_grid grid(start, end, interval);
     dense_series series(grid, rows);
-    const std::vector<bucket_sums> all = read_sums(json_elements(json_member(tree.get(), "datas")));
-    if (all.empty()) {
+    const reply_sums sums = read_sums(json_elements(json_member(tree.get(), "datas")));
+    if (sums.rows.empty()) {
         if (one_channel) {
             reserve(rows, 1, grid.count_before_end());
             series.fill_until(grid.count_before_end(), {});
         }
         return;
     }
-    reserve(rows, count_channels(all), grid.count());
+    reserve(rows, count_channels(sums.rows), grid.count());
     append_whole(rows, [&] {
-        for (const bucket_sums& sums : all) {
-            series.add(sums);
+        for (const bucket_sums& row : sums.rows) {
+            series.add(row);
         }
         series.finish();
     });
     if (series.skipped() > 0) {
         log_debug("[korvane](%s:%d) %zu of %zu rows skipped: off the time grid or out of order",
                   "trans_string_to_people_counting_metadata_statistics", __LINE__, series.skipped(),
-                  all.size());
+                  sums.rows.size());
     }
 }
 

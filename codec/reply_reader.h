@@ -103,9 +103,10 @@ void read_records(const std::string& reply, std::vector<Record>& records, int& r
     const store_reply opened = open_reply(reply, ret, total, over);
     append_whole(records, [&] {
         records.reserve(records.size() + opened.rows.size());
-        for (json_object* element : opened.rows) {
-            reply_row row(element);
+        for (std::size_t i = 0; i < opened.rows.size(); ++i) {
+            reply_row row(opened.rows[i]);
             members(row, records.emplace_back());
+            opened.rows.release(i);
         }
     });
 }

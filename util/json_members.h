@@ -114,6 +114,16 @@ public:
 
     json_object* operator[](std::size_t index) const { return json_object_array_get_idx(array_, index); }
     std::size_t size() const { return array_ ? json_object_array_length(array_) : 0; }
+
+    /// Gives an element's memory back, null stands there then; the last stays. Of a long array each goes best when it
+    /// has been read: when the whole tree goes, the first ones are no longer in the cache.
+    void release(std::size_t index) const
+    {
+        if (index + 1 < size()) { // for the last json-c would let a full array grow
+            json_object_array_put_idx(array_, index, nullptr);
+        }
+    }
+
     iterator begin() const { return {array_, 0}; }
     iterator end() const { return {array_, size()}; }
 
