@@ -59,12 +59,11 @@ void read_face_groups(const std::string& reply, std::vector<face_recognition_met
         return;
     }
     total = json_int_member(tree.get(), "totalItems", 0);
-    const json_elements names(json_member(tree.get(), "datas"));
+    json_elements names(json_member(tree.get(), "datas"));
     append_whole(records, [&] {
         records.reserve(records.size() + names.size());
-        for (json_object* name : names) {
-            cut_bytes(records.emplace_back().person_name, json_text(name));
-        }
+        names.use_up(
+            [&](json_object* name) { cut_bytes(records.emplace_back().person_name, json_text(name)); });
     });
 }
 

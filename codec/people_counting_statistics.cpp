@@ -24,20 +24,20 @@ struct bucket_sums {
 
 struct reply_sums {
     std::vector<bucket_sums> rows;
-    std::vector<json_owner> channels; ///< the rows' texts are theirs
+    std::vector<json_owner>
+        channels; ///< keep the texts of `rows`: one for rows of a channel that stand together
 };
 
-/// Looks at each row once and releases it: of a long reply it is no longer in the cache when it is come back to.
-reply_sums read_sums(const json_elements& rows)
+reply_sums read_sums(json_elements rows)
 {
     reply_sums all;
     all.rows.reserve(rows.size());
     std::string_view last;
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        json_object* id = json_member(rows[i], "_id");
+    rows.use_up([&](json_object* row) {
+        json_object* id = json_member(row, "_id");
         json_object* channel = json_member(id, "channel_sid");
         const std::string_view text = json_text(channel);
-        if (text != last) { // rows of a channel stand together
+        if (text != last) {
             all.channels.push_back(json_owner(json_object_get(channel)));
             last = text;
         }
@@ -45,10 +45,9 @@ reply_sums read_sums(const json_elements& rows)
         sums.has_channel = channel != nullptr;
         sums.channel = last;
         sums.time = json_text_number(json_member(id, "timestamp"));
-        get_json_int(rows[i], "sum_in", &sums.in);
-        get_json_int(rows[i], "sum_out", &sums.out);
-        rows.release(i);
-    }
+        get_json_int(row, "sum_in", &sums.in);
+        get_json_int(row, "sum_out", &sums.out);
+    });
     return all;
 }
 

@@ -100,14 +100,13 @@ template <class Record, class Members>
 void read_records(const std::string& reply, std::vector<Record>& records, int& ret, long long& total,
                   int& over, Members members)
 {
-    const store_reply opened = open_reply(reply, ret, total, over);
+    store_reply opened = open_reply(reply, ret, total, over);
     append_whole(records, [&] {
         records.reserve(records.size() + opened.rows.size());
-        for (std::size_t i = 0; i < opened.rows.size(); ++i) {
-            reply_row row(opened.rows[i]);
+        opened.rows.use_up([&](json_object* element) {
+            reply_row row(element);
             members(row, records.emplace_back());
-            opened.rows.release(i);
-        }
+        });
     });
 }
 

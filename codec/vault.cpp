@@ -13,7 +13,7 @@ void read_vaults(const std::string& body, std::vector<vault_information>& vaults
         return;
     }
     append_whole(vaults, [&] {
-        for (json_object* element : json_elements(json_member(tree.get(), "datas"))) {
+        json_elements(json_member(tree.get(), "datas")).use_up([&](json_object* element) {
             vault_information& vault = vaults.emplace_back();
             reply_row row(element);
             row.text("vault_id", vault.vault_id);
@@ -21,7 +21,7 @@ void read_vaults(const std::string& body, std::vector<vault_information>& vaults
             row.text("description", vault.description);
             row.number_unless(-1, "index", vault.index);
             reply_row(json_member(element, "status")).text("last_recv_time_str", vault.last_recv_time_str);
-        }
+        });
     });
 }
 

@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr std::size_t one_segment = 1400; ///< of an Ethernet's
+constexpr std::size_t surely_one_segment = 16'384; ///< on the loopback
 constexpr std::size_t long_reply = 65'536;
 constexpr long long forever_ms = LLONG_MAX;
 
@@ -122,8 +122,8 @@ void TTCPSession::drop()
 }
 
 /// How the next send or recv of a call is to be made, as flags; negative when the call's time is over. The first
-/// may wait by itself where the socket has a time-out for it. The later ones, after a signal or a piece, may not: that
-/// time-out would begin anew.
+/// may wait by itself where the socket's own wait is `limited`. The later ones, after a signal or a piece, may not: that
+/// wait would begin anew.
 int TTCPSession::next_flags(short events, bool limited, step& now) const
 {
     const bool first = now.first;
@@ -137,10 +137,10 @@ int TTCPSession::next_flags(short events, bool limited, step& now) const
 int TTCPSession::SendPacket(unsigned char* data, int length)
 {
     // The head is held back for the body: the peer is woken once for both, which spares an insert 8 % of its time.
-    const int more = sent_ == 0 ? MSG_MORE : 0;
+    const int more = packets_ == 0 ? MSG_MORE : 0;
     step now{deadline_after(timeout_)};
     int sent = 0;
-    while (sent < length && socket_handle >= 0) {
+    while (sent < length && !ended_) {
         const int flags = next_flags(POLLOUT, sending_limited_, now);
         const ssize_t count = flags < 0
                                   ? -1
@@ -152,8 +152,9 @@ int TTCPSession::SendPacket(unsigned char* data, int length)
             drop();
         }
     }
+    ++packets_;
     sent_ += static_cast<std::size_t>(sent);
-    held_back_ = more != 0 || sent_ > one_segment;
+    held_back_ = packets_ != 2 || sent_ > surely_one_segment;
     return sent;
 }
 
@@ -161,7 +162,8 @@ int TTCPSession::SendPacket(unsigned char* data, int length)
 void TTCPSession::begin_to_receive()
 {
     if (held_back_) {
-        const int no_delay = 1; // what is held back leaves at once; without it, after a fifth of a second
+        // Leaves at once; a head that waited for a body would else wait for a fifth of a second.
+        const int no_delay = 1;
         setsockopt(socket_handle, IPPROTO_TCP, TCP_NODELAY, &no_delay, sizeof no_delay);
         held_back_ = false;
     }
@@ -186,6 +188,9 @@ void TTCPSession::grow_ahead()
 /// Receives once into the empty read-ahead.
 bool TTCPSession::refill(step& now)
 {
+    if (ended_) {
+        return false;
+    }
     begin_to_receive();
     grow_ahead();
     while (!ended_) {
@@ -196,7 +201,9 @@ bool TTCPSession::refill(step& now)
             last_ = static_cast<std::size_t>(count);
             return true;
         }
-        ended_ = count == 0 || !to_be_tried_again();
+        if (count == 0 || !to_be_tried_again()) {
+            drop();
+        }
     }
     return false;
 }

@@ -60,9 +60,10 @@ private:
     int timeout_;
     bool sending_limited_ = false; ///< the socket's own waits end with the time-out
     bool receiving_limited_ = false;
-    bool receiving_ = false; ///< since the first byte was asked for
+    bool receiving_ = false; ///< the first byte was asked for
     bool held_back_ = false; ///< the kernel may not have sent all it was given
     bool ended_ = false;
+    int packets_ = 0; ///< sent, and how many bytes in all
     std::size_t sent_ = 0;
     unsigned char* ahead_ = short_ahead_; ///< bytes received and not yet asked for: [first_, last_)
     std::size_t ahead_size_ = short_reply;

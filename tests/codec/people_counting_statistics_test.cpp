@@ -371,6 +371,41 @@ TEST_F(people_counting_statistics, read_rows_by_json_types)
     EXPECT_EQ(debug_log_texts(), log_texts());
 }
 
+TEST_F(people_counting_statistics, keep_a_channel_whatever_rows_come_behind_it)
+{
+    const std::string time = R"(,"timestamp":)" + std::to_string(midnight);
+    const std::string later = R"(,"timestamp":)" + std::to_string(midnight + 2 * hour_ms);
+    const auto with_channel = [](const std::string& channel, const std::string& at) {
+        return R"({"_id":{"channel_sid":)" + channel + at + R"(},"sum_in":3,"sum_out":0})";
+    };
+    const std::string no_row = "7";
+    const std::string other = row("other", midnight, 1, 0);
+    const struct {
+        const char* json;
+        const char* text;
+    } channels[] = {
+        {"5", "5"},
+        {"1.50", "1.50"},
+        {"true", "true"},
+        {R"({"a":1})", R"({ "a": 1 })"},
+        {"[1]", "[ 1 ]"},
+        {R"("ab\u0000cd")", "ab"},
+        {R"("c0ffee00c0ffee00c0ffee00c0ffee01")", "c0ffee00c0ffee00c0ffee00c0ffee01"},
+    };
+    for (const auto& channel : channels) {
+        const std::string whole =
+            std::string(channel.text) + " 0:3/0 1:0/0 2:3/0 3:0/0 | other 0:1/0 1:0/0 2:0/0 3:0/0";
+        const std::string first = with_channel(channel.json, time);
+        const std::string second = with_channel(channel.json, later);
+        EXPECT_EQ(read_sketch({first, second, other}), whole);
+        EXPECT_EQ(read_sketch({first, second, other, first}), whole) << "and once more";
+        EXPECT_EQ(read_sketch({other, first, second}), "other 0:1/0 1:0/0 2:0/0 3:0/0 | " +
+                                                           std::string(channel.text) +
+                                                           " 0:3/0 1:0/0 2:3/0 3:0/0");
+        EXPECT_EQ(read_sketch({first, no_row, second, other}), whole) << "what is no row between them";
+    }
+}
+
 TEST_F(people_counting_statistics, count_rows_without_a_channel_to_the_one_before)
 {
     // What such a row fills carries no channel itself.

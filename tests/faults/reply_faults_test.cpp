@@ -218,8 +218,8 @@ TEST_F(reply_faults, that_are_bodies_without_an_end_are_kept_as_far_as_they_came
 
 TEST_F(reply_faults, that_are_resets_before_the_request_is_read_fail_to_connect_send_or_read)
 {
-    constexpr int tries =
-        50; // whether the reset comes before connect returns, before all is sent or later is a race
+    // Whether the reset comes before connect returns, before all is sent or later is a race.
+    constexpr int tries = 50;
     std::vector<scripted_reply> script;
     for (int i = 0; i < tries; ++i) {
         script.push_back(

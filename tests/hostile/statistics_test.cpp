@@ -179,6 +179,33 @@ TEST_F(hostile_statistics, of_many_channels_are_as_many_series)
     EXPECT_EQ(buckets_in(*result.answer), channels * 7);
 }
 
+/// The reply's tree and the buckets are not held together: each row of the tree goes when it has been read.
+TEST_F(hostile_statistics, take_little_more_memory_than_their_reply)
+{
+    constexpr unsigned long long first = 1'699'920'000'000;
+    constexpr unsigned long long quarter = 900'000;
+    constexpr std::size_t buckets = 96;
+    std::string rows;
+    for (int i = 0; i < 50; ++i) {
+        for (std::size_t k = 0; k < buckets; ++k) {
+            rows += (rows.empty() ? "" : ",") + row(R"("channel_sid":")" + std::to_string(i) + R"(",)",
+                                                    std::to_string(first + k * quarter));
+        }
+    }
+    const std::string reply = R"({"ret":0,"datas":[)" + rows + "]}";
+    const std::size_t parsing = heap_peak_of([&] { json_object_put(json_tokener_parse(reply.c_str())); });
+    std::vector<people_counting_metadata_information> series;
+    int result = -1;
+    const std::size_t decoding = heap_peak_of([&] {
+        trans_string_to_people_counting_metadata_statistics(reply, nullptr, nullptr, quarter, first,
+                                                            first + buckets * quarter - 1, series, result);
+    });
+    count_call();
+    EXPECT_EQ(series.size(), 50 * buckets);
+    const std::size_t copy_of_the_reply = heap_is_watched() ? reply.size() : 0; // it is passed by value
+    EXPECT_LE(decoding, copy_of_the_reply + parsing + parsing / 5);
+}
+
 /// What the codec does with a range of a host's own, at all ends of 64 bits.
 TEST_F(hostile_statistics, of_a_range_too_long_for_the_memory_are_refused)
 {

@@ -98,6 +98,14 @@ scripted_reply reset_unread(scripted_reply::ending end)
     return reply;
 }
 
+scripted_reply reset_while_sending(scripted_reply::ending end)
+{
+    scripted_reply reply;
+    reply.end = end;
+    reply.read = scripted_reply::reading::beginning;
+    return reply;
+}
+
 scripted_store::scripted_store(int port)
     : port_(port)
 {
@@ -198,6 +206,8 @@ void scripted_store::serve_connection(int connection)
     std::string request;
     if (reply.read == scripted_reply::reading::whole_request) {
         request = receive_request(connection);
+    } else if (reply.read == scripted_reply::reading::beginning) {
+        wait_readable(connection);
     }
     const bool sent = send_pieces(connection, reply);
     if (reply.end == scripted_reply::ending::reset || reply.end == scripted_reply::ending::shut_reset) {

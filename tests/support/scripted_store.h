@@ -14,7 +14,11 @@ namespace korvane::test {
 
 /// What the store does with one connection.
 struct scripted_reply {
-    enum class reading { whole_request, nothing };
+    enum class reading {
+        whole_request,
+        nothing,   ///< not even waiting for it: the client's connect may not have returned yet
+        beginning, ///< waiting for the request's first byte, but reading none
+    };
     enum class ending {
         close,       ///< after the bytes, as a server does
         reset,       ///< after the bytes, with a TCP reset
@@ -49,8 +53,11 @@ scripted_reply reset_after(std::string bytes);
 /// These bytes, then nothing more, the connection staying open.
 scripted_reply silence_after(std::string bytes);
 
-/// A TCP reset without reading anything.
+/// A TCP reset without reading anything, at any moment from connecting on.
 scripted_reply reset_unread(scripted_reply::ending end = scripted_reply::ending::reset);
+
+/// The same, but not before the client begins to send.
+scripted_reply reset_while_sending(scripted_reply::ending end = scripted_reply::ending::reset);
 
 /// Listens on 127.0.0.1 and serves one connection after the other on a thread of its own; connections that
 /// come at the same time wait their turn. Each takes the next scripted reply, or {"ret":0} when there is

@@ -80,6 +80,28 @@ TEST_F(transport_requests, each_take_a_connection_of_their_own)
     EXPECT_EQ(requests[2].substr(0, 7), "GET /2 ");
 }
 
+/// Neither a head that is held back nor a tail waits for a timer of the kernel's, the shortest of which is 40 ms.
+TEST_F(transport_requests, wait_for_no_timer)
+{
+    constexpr int tries = 10; // the quickest tells
+    constexpr std::chrono::milliseconds timer{40};
+    const auto quickest = [&](const std::string& head, const std::string& body) {
+        std::chrono::milliseconds took = std::chrono::hours(1);
+        for (int i = 0; i < tries; ++i) {
+            const exchanged result = exchange_with(store_.port(), head, body);
+            EXPECT_EQ(result.code, 0);
+            took = std::min(took, result.took);
+        }
+        return took;
+    };
+    for (const std::size_t size : {10U, 2000U, 16'300U, 16'400U, 66'000U}) {
+        EXPECT_LT(quickest("GET /" + std::string(size, 'h'), ""), timer) << "a head of " << size;
+    }
+    for (const std::size_t size : {1U, 500U, 1300U, 5000U, 16'200U, 16'400U, 33'000U, 66'000U, 1'000'000U}) {
+        EXPECT_LT(quickest("POST /", std::string(size, 'b')), timer) << "a body of " << size;
+    }
+}
+
 } // namespace
 
 } // namespace korvane::test
