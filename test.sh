@@ -35,8 +35,7 @@ run_tests() {
     shift
     local log=build/$preset-tests.log
     local status=0
-    # One more than there are cores: suites wait a quarter of their time.
-    ctest --test-dir "build/$preset" --parallel $((jobs + 1)) --output-on-failure --no-tests=error "$@" 2>&1 | tee "$log" || status=1
+    ctest --test-dir "build/$preset" --parallel "$jobs" --output-on-failure --no-tests=error "$@" 2>&1 | tee "$log" || status=1
     local closing
     closing=$(grep -E '[0-9]+ tests failed out of [0-9]+' "$log" | tail -n 1)
     local bad all
