@@ -24,8 +24,10 @@ struct bucket_sums {
 
 struct reply_sums {
     std::vector<bucket_sums> rows;
-    std::vector<json_owner>
-        channels; ///< keep the texts of `rows`: one for rows of a channel that stand together
+    std::unordered_set<std::string_view> channels;
+
+    /// Keep the texts above: one for rows of a channel that stand together.
+    std::vector<json_owner> named;
 };
 
 reply_sums read_sums(json_elements rows)
@@ -37,8 +39,9 @@ reply_sums read_sums(json_elements rows)
         json_object* id = json_member(row, "_id");
         json_object* channel = json_member(id, "channel_sid");
         const std::string_view text = json_text(channel);
-        if (text != last) {
-            all.channels.push_back(json_owner(json_object_get(channel)));
+        if (all.rows.empty() || text != last) {
+            all.named.push_back(json_owner(json_object_get(channel)));
+            all.channels.insert(text);
             last = text;
         }
         bucket_sums& sums = all.rows.emplace_back();
@@ -184,19 +187,6 @@ void reserve(std::vector<bucket>& buckets, std::size_t channels, unsigned long l
     buckets.reserve(buckets.size() + added);
 }
 
-std::size_t count_channels(const std::vector<bucket_sums>& rows)
-{
-    std::unordered_set<std::string_view> channels;
-    std::string_view last;
-    for (const bucket_sums& sums : rows) {
-        if (channels.empty() || sums.channel != last) { // rows of a channel stand together
-            channels.insert(sums.channel);
-            last = sums.channel;
-        }
-    }
-    return channels.size();
-}
-
 } // namespace
 
 void read_statistics(const std::string& body, bool one_channel, unsigned long long interval,
@@ -218,7 +208,7 @@ void read_statistics(const std::string& body, bool one_channel, unsigned long lo
         }
         return;
     }
-    reserve(rows, count_channels(sums.rows), grid.count());
+    reserve(rows, sums.channels.size(), grid.count());
     append_whole(rows, [&] {
         for (const bucket_sums& row : sums.rows) {
             series.add(row);

@@ -1,10 +1,9 @@
 // Head and body of a request leave together, so that the store is woken once for both.
 #include "tests/faults/faults_test.h"
 #include "tests/faults/system_call_faults.h"
+#include "tests/support/loopback_listener.h"
 #include "tests/transport/exchange_test.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -12,7 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -24,30 +22,16 @@ namespace {
 class watching_peer {
 public:
     watching_peer()
-        : listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
-        address_.sin_family = AF_INET;
-        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        auto* generic = reinterpret_cast<sockaddr*>(&address_);
-        socklen_t size = sizeof address_;
         const timeval limit{10, 0}; // for accept: a client that fails does not come
-        setsockopt(listener_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-        if (bind(listener_, generic, size) != 0 || listen(listener_, 1) != 0 ||
-            getsockname(listener_, generic, &size) != 0) {
-            throw std::runtime_error("cannot listen");
-        }
+        setsockopt(listener_.handle(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     }
 
-    ~watching_peer() { close(listener_); }
-
-    watching_peer(const watching_peer&) = delete;
-    watching_peer& operator=(const watching_peer&) = delete;
-
-    int port() const { return ntohs(address_.sin_port); }
+    int port() const { return listener_.port(); }
 
     std::string serve() const
     {
-        const int connection = accept(listener_, nullptr, nullptr);
+        const int connection = accept(listener_.handle(), nullptr, nullptr);
         std::array<char, 8192> bytes;
         const ssize_t count = recv(connection, bytes.data(), bytes.size(), 0);
         const std::string reply = json_reply("{}").bytes;
@@ -58,8 +42,7 @@ public:
     }
 
 private:
-    int listener_;
-    sockaddr_in address_{};
+    loopback_listener listener_{0, 1};
 };
 
 class request_parts : public faults_test {};

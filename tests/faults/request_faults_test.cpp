@@ -158,7 +158,7 @@ protected:
 
     void expect_end(const tried& result, const exchange_end& end, const std::string& what) const
     {
-        constexpr milliseconds without_a_time_out{15'000}; // nothing to wait for; the time-out is 20 seconds
+        constexpr milliseconds without_a_time_out{5000}; // nothing to wait for; the time-out is 20 seconds
         EXPECT_EQ(result.end.code, end.code) << what;
         EXPECT_EQ(result.end.reply, end.reply) << what;
         EXPECT_LT(result.end.took, without_a_time_out) << what;
@@ -337,7 +337,8 @@ TEST_F(request_faults, that_are_signals_without_end_last_as_long_as_the_time_out
         const char* call;
         int code;
     } cases[] = {{"send", -2}, {"recv", -3}, {"poll", -1}};
-    constexpr milliseconds much_longer{10'000}; // than the time-out; what a signal stretches lasts for ever
+    constexpr int time_out_s = 2;
+    constexpr milliseconds longest{3500}; // less than two time-outs
     const int descriptors_before = open_descriptors();
     std::vector<std::thread> all;
     std::vector<tried> ends(std::size(cases));
@@ -350,7 +351,7 @@ TEST_F(request_faults, that_are_signals_without_end_last_as_long_as_the_time_out
             script.only = cases[i].call;
             script.error = EINTR;
             script.interrupted_first = cases[i].code == -1; // so that connecting has to wait
-            ends[i] = send_under(script, requests[0], 1);
+            ends[i] = send_under(script, requests[0], time_out_s);
         });
     }
     for (std::thread& thread : all) {
@@ -360,7 +361,7 @@ TEST_F(request_faults, that_are_signals_without_end_last_as_long_as_the_time_out
         const char* told = cases[i].call;
         count_faults(ends[i].seen.injected > 0);
         EXPECT_EQ(ends[i].end.code, cases[i].code) << told;
-        EXPECT_LT(ends[i].end.took, much_longer) << told;
+        EXPECT_LT(ends[i].end.took, longest) << told;
         EXPECT_EQ(ends[i].seen.blocks_left, 0) << told;
     }
     EXPECT_EQ(open_descriptors(), descriptors_before);

@@ -1,21 +1,19 @@
 // A store that stops in the middle, at every byte and at every stage, all at the same time: nobody waits longer than the
-// time-out, which is one second here.
+// time-out, which is two seconds here.
 #include "tests/faults/faults_test.h"
 #include "tests/faults/peer_process.h"
 #include "tests/faults/reply_rules.h"
 #include "tests/support/files.h"
+#include "tests/support/loopback_listener.h"
 #include "tests/transport/exchange_test.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdint>
 #include <functional>
-#include <stdexcept>
 #include <thread>
 
 namespace korvane::test {
@@ -34,15 +32,8 @@ const std::string whole_reply = json_reply(R"({"ret":0})").bytes;
 class stalling_peer {
 public:
     explicit stalling_peer(bool serving)
-        : listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+        : listener_(0, serving ? 1000 : 0)
     {
-        address_.sin_family = AF_INET;
-        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address_;
-        if (bind(listener_, generic(), size) != 0 || listen(listener_, serving ? 1000 : 0) != 0 ||
-            getsockname(listener_, generic(), &size) != 0) {
-            throw std::runtime_error("cannot listen");
-        }
         if (serving) {
             server_ = fork();
             if (server_ == 0) {
@@ -57,33 +48,18 @@ public:
             kill(server_, SIGKILL);
             waitpid(server_, nullptr, 0);
         }
-        for (const int socket : queue_) {
-            close(socket);
-        }
-        close(listener_);
     }
 
     stalling_peer(const stalling_peer&) = delete;
     stalling_peer& operator=(const stalling_peer&) = delete;
 
-    /// From now on a connection is not even answered.
-    void fill_queue()
-    {
-        for (int i = 0; i < 4; ++i) {
-            queue_.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-            static_cast<void>(connect(queue_.back(), generic(), sizeof address_));
-        }
-    }
-
-    int port() const { return ntohs(address_.sin_port); }
+    int port() const { return listener_.port(); }
 
 private:
-    sockaddr* generic() { return reinterpret_cast<sockaddr*>(&address_); }
-
     [[noreturn]] void serve() const
     {
         for (;;) {
-            const int connection = accept(listener_, nullptr, nullptr);
+            const int connection = accept(listener_.handle(), nullptr, nullptr);
             char request[1024] = {};
             if (recv(connection, request, sizeof request - 1, 0) > 0) {
                 std::thread([=, text = std::string(request)] { answer(connection, text); }).detach();
@@ -103,10 +79,8 @@ private:
         }
     }
 
-    int listener_;
-    sockaddr_in address_{};
+    loopback_listener listener_;
     pid_t server_ = -1;
-    std::vector<int> queue_;
 };
 
 class stalls : public faults_test {
@@ -185,7 +159,7 @@ TEST_F(stalls, before_the_reply_end_with_the_time_out)
 {
     const std::string too_much(16U * 1024 * 1024, 'x'); // more than two sockets hold
     const stalling_peer mute(false);
-    stalling_peer unanswering(false);
+    loopback_listener unanswering(0, 0);
     unanswering.fill_queue();
     expect_time_outs({
         {"connecting",

@@ -1,14 +1,12 @@
 #include "tests/hostile/answering_store.h"
 
-#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <stdexcept>
 #include <string_view>
 
 namespace korvane::test {
@@ -117,27 +115,14 @@ std::string wrong_with_request(const std::string& request)
 }
 
 answering_store::answering_store()
-    : listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    : listener_(store_port, 16)
+    , thread_([this] { serve(); })
 {
-    const int reuse = 1;
-    setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(store_port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        listen(listener_, 16) != 0) {
-        const std::string reason = std::strerror(errno);
-        close(listener_);
-        throw std::runtime_error("cannot listen on the store's port: " + reason);
-    }
-    thread_ = std::thread([this] { serve(); });
 }
 
 answering_store::~answering_store()
 {
     stop();
-    close(listener_);
 }
 
 void answering_store::answer_with(answered_body body)
@@ -149,7 +134,7 @@ void answering_store::answer_with(answered_body body)
 void answering_store::stop()
 {
     if (thread_.joinable()) {
-        shutdown(listener_, SHUT_RDWR); // wakes accept
+        shutdown(listener_.handle(), SHUT_RDWR); // wakes accept
         thread_.join();
     }
 }
@@ -157,7 +142,7 @@ void answering_store::stop()
 void answering_store::serve()
 {
     for (;;) {
-        const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        const int connection = accept4(listener_.handle(), nullptr, nullptr, SOCK_CLOEXEC);
         if (connection >= 0) {
             serve_connection(connection);
             close(connection);

@@ -1,6 +1,8 @@
 // A store that gives every request the same answer, of any size, and looks at each request as it comes.
 #pragma once
 
+#include "tests/support/loopback_listener.h"
+
 #include <cstddef>
 #include <mutex>
 #include <string>
@@ -42,7 +44,7 @@ private:
     void serve();
     void serve_connection(int connection);
 
-    int listener_;
+    loopback_listener listener_;
     std::mutex mutex_;
     answered_body body_; // guarded by mutex_
     std::vector<std::string> complaints_;

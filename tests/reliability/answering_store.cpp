@@ -1,6 +1,5 @@
 #include "tests/reliability/answering_store.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -24,23 +23,6 @@ constexpr int port = 10158;
 constexpr int server_threads = answering_store::most_held + 2;
 constexpr std::string_view head_end = "\r\n\r\n";
 constexpr std::string_view mark = "########"; // room for a time of eight digits
-
-int listen_on_the_stores_port()
-{
-    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const int reuse = 1;
-    setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        listen(listener, SOMAXCONN) != 0) {
-        close(listener);
-        throw std::runtime_error(std::string("cannot listen on 127.0.0.1:10158: ") + std::strerror(errno));
-    }
-    return listener;
-}
 
 std::size_t body_length(std::string_view head)
 {
@@ -121,16 +103,16 @@ answering_store::answering_store(recording recorded)
 answering_store::~answering_store()
 {
     release();
-    shutdown(listener_, SHUT_RDWR); // ends every accept
+    shutdown(listener_->handle(), SHUT_RDWR); // ends every accept
     for (std::thread& thread : threads_) {
         thread.join();
     }
-    close(listener_);
+    listener_.reset();
 }
 
 void answering_store::start()
 {
-    listener_ = listen_on_the_stores_port();
+    listener_.emplace(port, SOMAXCONN);
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
@@ -152,7 +134,7 @@ std::vector<std::string> answering_store::requests()
 void answering_store::serve()
 {
     for (;;) {
-        const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        const int connection = accept4(listener_->handle(), nullptr, nullptr, SOCK_CLOEXEC);
         if (connection < 0) {
             return;
         }

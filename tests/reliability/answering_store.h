@@ -1,10 +1,13 @@
 // A metadata store that answers every request of the library, many connections at once, by its path.
 #pragma once
 
+#include "tests/support/loopback_listener.h"
+
 #include <sys/types.h>
 
 #include <atomic>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -56,7 +59,7 @@ private:
 
     const std::vector<canned_reply> replies_;
     const bool recording_;
-    int listener_ = -1;
+    std::optional<loopback_listener> listener_;
     std::vector<std::thread> threads_;
     std::atomic<long long> answered_{0};
     std::atomic<int> held_{0};

@@ -1,6 +1,6 @@
 #include "tests/support/scripted_store.h"
 
-#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -9,9 +9,6 @@
 
 #include <cerrno>
 #include <charconv>
-#include <cstdint>
-#include <cstring>
-#include <stdexcept>
 #include <string_view>
 
 namespace korvane::test {
@@ -41,11 +38,6 @@ void close_with_reset(int connection)
     const linger at_once{1, 0};
     setsockopt(connection, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
     close(connection);
-}
-
-[[noreturn]] void fail(const std::string& what, int port)
-{
-    throw std::runtime_error(what + " 127.0.0.1:" + std::to_string(port) + ": " + std::strerror(errno));
 }
 
 } // namespace
@@ -119,21 +111,8 @@ scripted_store::~scripted_store()
 
 void scripted_store::start()
 {
-    listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const int reuse = 1;
-    setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(port_));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    socklen_t size = sizeof address;
-    if (bind(listener_, generic, size) != 0 || listen(listener_, 64) != 0 ||
-        getsockname(listener_, generic, &size) != 0) {
-        close(listener_);
-        fail("cannot listen on", port_);
-    }
-    port_ = ntohs(address.sin_port);
+    listener_.emplace(port_, 63);
+    port_ = listener_->port();
     stop_event_ = eventfd(0, EFD_CLOEXEC);
     thread_ = std::thread([this] { serve(); });
 }
@@ -145,7 +124,7 @@ void scripted_store::stop()
     }
     eventfd_write(stop_event_, 1);
     thread_.join();
-    close(listener_);
+    listener_.reset();
     close(stop_event_);
 }
 
@@ -166,7 +145,7 @@ void scripted_store::wait_until_idle(std::unique_lock<std::mutex>& lock)
 {
     // A connection whose other side is done already may still wait to be accepted: then the listener is
     // readable.
-    pollfd waiting{listener_, POLLIN, 0};
+    pollfd waiting{listener_->handle(), POLLIN, 0};
     while (thread_.joinable() && (busy_ || poll(&waiting, 1, 0) > 0)) {
         idle_.wait_for(lock, std::chrono::milliseconds(1));
     }
@@ -183,12 +162,12 @@ bool scripted_store::wait_readable(int socket) const
 
 void scripted_store::serve()
 {
-    while (wait_readable(listener_)) {
+    while (wait_readable(listener_->handle())) {
         {
             const std::lock_guard<std::mutex> lock(mutex_);
             busy_ = true; // before accept, so that a waiting requests() never misses the connection
         }
-        const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        const int connection = accept4(listener_->handle(), nullptr, nullptr, SOCK_CLOEXEC);
         if (connection >= 0) {
             serve_connection(connection);
         }

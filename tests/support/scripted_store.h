@@ -1,11 +1,14 @@
 // A metadata store that answers what a test tells it to, and remembers every byte it was sent.
 #pragma once
 
+#include "tests/support/loopback_listener.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -96,7 +99,7 @@ private:
     void wait_until_idle(std::unique_lock<std::mutex>& lock);
 
     int port_;
-    int listener_ = -1;
+    std::optional<loopback_listener> listener_; // while it listens
     int stop_event_ = -1;
     std::thread thread_;
     std::mutex mutex_;

@@ -1,13 +1,8 @@
 #include "tests/support/files.h"
+#include "tests/support/loopback_listener.h"
 #include "tests/transport/exchange_test.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <csignal>
-#include <cstdint>
 #include <functional>
 
 namespace korvane::test {
@@ -18,48 +13,6 @@ using std::chrono::milliseconds;
 
 /// More than the buffers of two sockets hold, so that sending it fails when nobody reads.
 const std::size_t unsendable_size = 64U * 1024 * 1024;
-
-/// Listens and never accepts.
-class mute_listener {
-public:
-    mute_listener()
-        : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
-    {
-        address_.sin_family = AF_INET;
-        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address_;
-        if (bind(socket_, generic(), size) != 0 || listen(socket_, 0) != 0 ||
-            getsockname(socket_, generic(), &size) != 0) {
-            throw std::runtime_error("cannot listen");
-        }
-    }
-
-    ~mute_listener()
-    {
-        for (const int waiting : queue_) {
-            close(waiting);
-        }
-        close(socket_);
-    }
-
-    /// From now on a connection is not even answered.
-    void fill_queue()
-    {
-        for (int i = 0; i < 4; ++i) {
-            queue_.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-            static_cast<void>(connect(queue_.back(), generic(), sizeof address_));
-        }
-    }
-
-    int port() const { return ntohs(address_.sin_port); }
-
-private:
-    sockaddr* generic() { return reinterpret_cast<sockaddr*>(&address_); }
-
-    int socket_;
-    sockaddr_in address_{};
-    std::vector<int> queue_;
-};
 
 class transport_failures : public exchange_test {
 protected:
@@ -84,7 +37,7 @@ TEST_F(transport_failures, a_refused_connection_is_minus_1)
 
 TEST_F(transport_failures, a_connection_that_nobody_answers_is_minus_1_after_the_time_out)
 {
-    mute_listener listener;
+    loopback_listener listener(0, 0);
     listener.fill_queue();
     const exchanged result = exchange_with(listener.port(), "GET /path", {}, 1);
     expect_failure(result, -1);
@@ -105,7 +58,7 @@ TEST_F(transport_failures, a_body_that_cannot_be_sent_is_minus_2)
 
 TEST_F(transport_failures, a_body_that_nobody_takes_is_minus_2_after_the_time_out)
 {
-    const mute_listener listener;
+    const loopback_listener listener(0, 0);
     const exchanged result =
         exchange_with(listener.port(), "POST /path", std::string(unsendable_size, 'a'), 1);
     expect_failure(result, -2);
@@ -221,7 +174,7 @@ TEST_F(transport_failures, raise_no_sigpipe)
 
 TEST_F(transport_failures, leave_no_descriptor_open)
 {
-    mute_listener mute;
+    loopback_listener mute(0, 0);
     scripted_store down(0);
     down.stop();
     const std::string big(unsendable_size, 'a');
