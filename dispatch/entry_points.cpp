@@ -18,24 +18,18 @@ namespace {
 
 struct kind {
     const char* name;
-    int (*add)(json_object* request, char* kind_name, char* timestamp_text);
+    int (*add)(json_object* request, const char* kind_name, const char* timestamp_text, report_use use);
     unsigned int (*query)(json_object* request, json_object*& answer, rows_as form);
     const char* add_failed;
     const char* query_failed;
 };
 
-/// The one ingest handler with an unsigned code.
-int add_model(json_object* request, char* kind_name, char* timestamp_text)
-{
-    return static_cast<int>(add_model_metadata(request, kind_name, timestamp_text));
-}
-
 // clang-format off
 constexpr kind kinds[] = {
-    {"HumanDetection",  add_human_metadata,           query_humans,          "failed to add humana metadata",          "query humana metadata failed"},
-    {"FaceRecognition", add_face_metadata,            query_faces,           "failed to add face metadata",            "query face metadata failed"},
-    {"ObjectDetection", add_model,                    query_models,          "failed to add model metadata",           "query model metadata failed"},
-    {"PeopleCounting",  add_people_counting_metadata, query_people_counting, "failed to add people counting metadata", "query people counting metadata failed"},
+    {"HumanDetection",  add_humans,          query_humans,          "failed to add humana metadata",          "query humana metadata failed"},
+    {"FaceRecognition", add_faces,           query_faces,           "failed to add face metadata",            "query face metadata failed"},
+    {"ObjectDetection", add_models,          query_models,          "failed to add model metadata",           "query model metadata failed"},
+    {"PeopleCounting",  add_people_counting, query_people_counting, "failed to add people counting metadata", "query people counting metadata failed"},
 };
 // clang-format on
 
@@ -59,15 +53,18 @@ int insert(json_object* request)
         return as_int(result_bad_request);
     }
     char timestamp_text[24];
-    abort_if_long(timestamp_text, json_text(timestamp), "timestamp");
+    integer_text room;
+    abort_if_long(timestamp_text, json_text(timestamp, room), "timestamp");
 
     json_object* results = json_array_member(request, "results");
     if (results == nullptr) {
         log_debug("%s(%d)- [korvane] get function_result failed ", here, __LINE__);
         return as_int(result_bad_request);
     }
-    for (json_object* result : json_elements(results)) {
-        json_object* function_name = json_member(result, "function_name");
+    const json_elements elements(results);
+    const std::size_t count = elements.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        json_object* function_name = json_member(elements[i], "function_name");
         if (function_name == nullptr) {
             log_debug("%s(%d)- [korvane] get function_name failed ", here, __LINE__);
             return as_int(result_bad_request);
@@ -78,9 +75,8 @@ int insert(json_object* request)
             return as_int(result_unknown_kind);
         }
         // The handler gets the whole request and walks all of its results, once for each element of its kind.
-        char kind_name[24]; // a copy, for the handlers take a char*
-        cut(kind_name, matched->name);
-        if (const int code = matched->add(request, kind_name, timestamp_text)) {
+        const report_use use = i + 1 < count ? report_use::read : report_use::use_up;
+        if (const int code = matched->add(request, matched->name, timestamp_text, use)) {
             log_debug("%s(%d)- [korvane] %s, ret = %d", here, __LINE__, matched->add_failed, code);
             return code;
         }

@@ -6,6 +6,7 @@
 #include "dispatch/refused_text.h"
 #include "log/korvane_log.h"
 #include "store/ai_CDataBaseComm.h"
+#include "store/record_requests.h"
 #include "util/fixed_text.h"
 #include "util/guarded.h"
 #include "util/time_conversions.h"
@@ -42,14 +43,15 @@ double read_age(json_object* tube)
 }
 
 /// Stores one face and has the store keep its faces within bounds.
-int add_face(json_object* tube, const report_header& report, const result_header& result,
+int add_face(json_owner tube, const report_header& report, const result_header& result,
              std::string_view provider_id)
 {
     face_recognition_metadata_information record;
-    if (const int code = read_vertices(json_array_member(tube, "position"), face_ingest, record.positions)) {
+    if (const int code =
+            read_vertices(json_array_member(tube.get(), "position"), face_ingest, record.positions)) {
         return code;
     }
-    const auto text = [tube](const char* key) { return json_text(json_member(tube, key)); };
+    const auto text = [&tube](const char* key) { return json_text(json_member(tube.get(), key)); };
     refuse_if_long copy;
     fill_header(record, report, result, copy);
     copy(record.provider_id, provider_id, "provider_id");
@@ -65,22 +67,21 @@ int add_face(json_object* tube, const report_header& report, const result_header
     if (copy.refused()) {
         return refused_text(face_ingest.function, __LINE__, copy);
     }
-    if (json_object* registered = json_member(tube, "registered")) {
+    if (json_object* registered = json_member(tube.get(), "registered")) {
         record.registered = json_object_get_boolean(registered) != 0;
     }
-    record.confidence = read_confidence(tube);
-    record.age = read_age(tube);
+    record.confidence = read_confidence(tube.get());
+    record.age = read_age(tube.get());
 
-    ai_CDataBaseComm store;
-    if (const int code = store.add_face_metadata(record)) {
+    if (const int code = store_face(record, std::move(tube))) {
         log_debug("[korvane](%s:%d) add face metadata failed", face_ingest.function, add_line);
         return code;
     }
-    store.check_remove_face_metadata(kept_faces); // the face is stored, whatever comes of this
+    ai_CDataBaseComm().check_remove_face_metadata(kept_faces); // the face is stored, whatever comes of this
     return as_int(result_ok);
 }
 
-int add_faces(json_object* request, const char* kind_name, const char* timestamp_text)
+int walk_faces(json_object* request, const char* kind_name, const char* timestamp_text, report_use use)
 {
     report_header report;
     if (const int code = open_report(request, face_keys, kind_name, timestamp_text, face_ingest, report)) {
@@ -97,8 +98,8 @@ int add_faces(json_object* request, const char* kind_name, const char* timestamp
         if (tubes == nullptr) {
             return missing_member(face_ingest, tubes_line, "tubes");
         }
-        for (json_object* tube : json_elements(tubes)) {
-            if (const int code = add_face(tube, report, result, provider_id)) {
+        for (json_owner tube : report_objects(tubes, use)) {
+            if (const int code = add_face(std::move(tube), report, result, provider_id)) {
                 return code;
             }
         }
@@ -194,6 +195,12 @@ int find_faces(json_object* request, json_object* answer, rows_as form)
 
 } // namespace
 
+int add_faces(json_object* request, const char* kind_name, const char* timestamp_text, report_use use)
+{
+    return guarded_ingest(face_ingest, request, kind_name, timestamp_text,
+                          [&] { return walk_faces(request, kind_name, timestamp_text, use); });
+}
+
 unsigned int query_faces(json_object* request, json_object*& answer, rows_as form)
 {
     return guarded_query(face_query, request, answer, [&] { return find_faces(request, answer, form); });
@@ -203,10 +210,7 @@ unsigned int query_faces(json_object* request, json_object*& answer, rows_as for
 
 int add_face_metadata(json_object* request, char* kind_name, char* timestamp_text)
 {
-    if (request == nullptr || kind_name == nullptr || timestamp_text == nullptr) {
-        return korvane::as_int(korvane::result_null_request);
-    }
-    return korvane::guarded(__func__, [&] { return korvane::add_faces(request, kind_name, timestamp_text); });
+    return korvane::add_faces(request, kind_name, timestamp_text, korvane::report_use::read);
 }
 
 unsigned int query_face_metadata(json_object* request, json_object*& answer)

@@ -4,6 +4,7 @@
 #include "dispatch/query_steps.h"
 #include "log/korvane_log.h"
 #include "store/ai_CDataBaseComm.h"
+#include "store/record_requests.h"
 #include "util/fixed_text.h"
 #include "util/guarded.h"
 
@@ -15,25 +16,25 @@ constexpr ingest_log human_ingest{"add_human_metadata", {}};
 constexpr report_keys human_keys{"appID", "appName", "version"};
 
 /// Stores one detected person.
-int add_human(json_object* object, const report_header& report, const result_header& result)
+int add_human(json_owner object, const report_header& report, const result_header& result)
 {
     human_detection_metadata_information record;
     json_object* position =
-        json_array_member(object, "position"); // a person without one is stored all the same
+        json_array_member(object.get(), "position"); // a person without one is stored all the same
     if (const int code = read_vertices(position, human_ingest, record.positions)) {
         return code;
     }
     fill_header(record, report, result, abort_if_long);
-    abort_if_long(record.description, json_text(json_member(object, "description")), "description");
+    abort_if_long(record.description, json_text(json_member(object.get(), "description")), "description");
 
-    const int code = ai_CDataBaseComm().add_human_metadata(record);
+    const int code = store_human(record, std::move(object));
     if (code != 0) {
         log_debug("[korvane](%s:%d) add human metadata failed", human_ingest.function, __LINE__);
     }
     return code;
 }
 
-int add_humans(json_object* request, const char* kind_name, const char* timestamp_text)
+int walk_humans(json_object* request, const char* kind_name, const char* timestamp_text, report_use use)
 {
     report_header report;
     if (const int code = open_report(request, human_keys, kind_name, timestamp_text, human_ingest, report)) {
@@ -51,8 +52,8 @@ int add_humans(json_object* request, const char* kind_name, const char* timestam
                           human_ingest.function, __LINE__);
                 return as_int(result_bad_request);
             }
-            for (json_object* object : json_elements(list)) {
-                if (const int code = add_human(object, report, result)) {
+            for (json_owner object : report_objects(list, use)) {
+                if (const int code = add_human(std::move(object), report, result)) {
                     return code;
                 }
             }
@@ -105,6 +106,12 @@ int find_humans(json_object* request, json_object* answer, rows_as form)
 
 } // namespace
 
+int add_humans(json_object* request, const char* kind_name, const char* timestamp_text, report_use use)
+{
+    return guarded_ingest(human_ingest, request, kind_name, timestamp_text,
+                          [&] { return walk_humans(request, kind_name, timestamp_text, use); });
+}
+
 unsigned int query_humans(json_object* request, json_object*& answer, rows_as form)
 {
     return guarded_query(human_query, request, answer, [&] { return find_humans(request, answer, form); });
@@ -114,11 +121,7 @@ unsigned int query_humans(json_object* request, json_object*& answer, rows_as fo
 
 int add_human_metadata(json_object* request, char* kind_name, char* timestamp_text)
 {
-    if (request == nullptr || kind_name == nullptr || timestamp_text == nullptr) {
-        return korvane::as_int(korvane::result_null_request);
-    }
-    return korvane::guarded(__func__,
-                            [&] { return korvane::add_humans(request, kind_name, timestamp_text); });
+    return korvane::add_humans(request, kind_name, timestamp_text, korvane::report_use::read);
 }
 
 unsigned int query_human_metadata(json_object* request, json_object*& answer)

@@ -2,7 +2,9 @@
 // its code.
 #pragma once
 
+#include "dispatch/kinds.h"
 #include "util/fixed_text.h"
+#include "util/guarded.h"
 #include "util/json_members.h"
 
 #include <korvane/metadata_records.h>
@@ -30,6 +32,17 @@ struct ingest_log {
 
 /// "%s(%d)- [korvane] get MEMBER failed ", and the code for it.
 [[nodiscard]] int missing_member(const ingest_log& log, int line, const char* member);
+
+/// Runs `walk` and returns its code, as an ingest handler must: null pointers are refused, and nothing throws.
+template <class Walk>
+int guarded_ingest(const ingest_log& log, json_object* request, const char* kind_name,
+                   const char* timestamp_text, Walk walk)
+{
+    if (request == nullptr || kind_name == nullptr || timestamp_text == nullptr) {
+        return as_int(result_null_request);
+    }
+    return guarded(log.function, walk);
+}
 
 /// The keys that differ between kinds, for the same fields.
 struct report_keys {
@@ -64,6 +77,39 @@ struct result_header {
 };
 
 result_header read_result(json_object* result, const report_header& report);
+
+/// The objects of a report's list, each as an owner, for a range-based loop. It is the only owner where the report is used
+/// up: whoever has it last frees the object.
+class report_objects {
+public:
+    report_objects(json_object* list, report_use use)
+        : elements_(list)
+        , use_(use)
+    {
+    }
+
+    struct iterator {
+        report_objects& objects;
+        std::size_t index;
+
+        json_owner operator*() const { return objects.own(index); }
+        void operator++() { ++index; }
+        bool operator!=(std::size_t end) const { return index != end; }
+    };
+
+    iterator begin() { return {*this, 0}; }
+    std::size_t end() const { return elements_.size(); }
+
+private:
+    json_owner own(std::size_t index)
+    {
+        return use_ == report_use::use_up ? elements_.take(index)
+                                          : json_owner(json_object_get(elements_[index]));
+    }
+
+    json_elements elements_;
+    report_use use_;
+};
 
 /// Appends the vertices of `position`, an array of {"x","y"} or null for none; each coordinate must lie in
 /// the picture.

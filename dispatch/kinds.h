@@ -20,6 +20,19 @@ unsigned int query_people_counting_metadata(json_object* query, json_object*& an
 
 namespace korvane {
 
+/// What an ingest handler may do with the request.
+enum class report_use {
+    read,   ///< it is the host's, or walked once more
+    use_up, ///< take each object out of it
+};
+
+// The handlers themselves: those above are for a host that keeps the request.
+int add_humans(json_object* request, const char* kind_name, const char* timestamp_text, report_use use);
+int add_faces(json_object* request, const char* kind_name, const char* timestamp_text, report_use use);
+int add_models(json_object* request, const char* kind_name, const char* timestamp_text, report_use use);
+int add_people_counting(json_object* request, const char* kind_name, const char* timestamp_text,
+                        report_use use);
+
 // The query handlers themselves: those above answer in objects.
 unsigned int query_humans(json_object* request, json_object*& answer, rows_as form);
 unsigned int query_faces(json_object* request, json_object*& answer, rows_as form);

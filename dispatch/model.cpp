@@ -5,6 +5,7 @@
 #include "dispatch/refused_text.h"
 #include "log/korvane_log.h"
 #include "store/ai_CDataBaseComm.h"
+#include "store/record_requests.h"
 #include "util/fixed_text.h"
 #include "util/guarded.h"
 #include "util/six_decimals.h"
@@ -31,10 +32,10 @@ double read_confidence(json_object* object)
 }
 
 /// Stores one detected object.
-int add_model(json_object* object, const report_header& report, const result_header& result)
+int add_model(json_owner object, const report_header& report, const result_header& result)
 {
     model_importer_metadata_information record;
-    json_object* position = json_array_member(object, "position");
+    json_object* position = json_array_member(object.get(), "position");
     if (position == nullptr) {
         return missing_member(model_ingest, __LINE__, "position");
     }
@@ -43,21 +44,21 @@ int add_model(json_object* object, const report_header& report, const result_hea
     }
     refuse_if_long copy;
     fill_header(record, report, result, copy);
-    copy(record.description, json_text(json_member(object, "description")), "description");
-    copy(record.object_name, json_text(json_member(object, "object_name")), "object_name");
+    copy(record.description, json_text(json_member(object.get(), "description")), "description");
+    copy(record.object_name, json_text(json_member(object.get(), "object_name")), "object_name");
     if (copy.refused()) {
         return refused_text(model_ingest.function, __LINE__, copy);
     }
-    record.confidence = read_confidence(object);
+    record.confidence = read_confidence(object.get());
 
-    const int code = ai_CDataBaseComm().add_model_metadata(record);
+    const int code = store_model(record, std::move(object));
     if (code != 0) {
         log_debug("[korvane](%s:%d) add model metadata failed", model_ingest.function, __LINE__);
     }
     return code;
 }
 
-int add_models(json_object* request, const char* kind_name, const char* timestamp_text)
+int walk_models(json_object* request, const char* kind_name, const char* timestamp_text, report_use use)
 {
     report_header report;
     if (const int code = open_report(request, model_keys, kind_name, timestamp_text, model_ingest, report)) {
@@ -73,8 +74,8 @@ int add_models(json_object* request, const char* kind_name, const char* timestam
             if (!json_object_is_type(list, json_type_array)) {
                 return missing_member(model_ingest, __LINE__, "objects");
             }
-            for (json_object* object : json_elements(list)) {
-                if (const int code = add_model(object, report, result)) {
+            for (json_owner object : report_objects(list, use)) {
+                if (const int code = add_model(std::move(object), report, result)) {
                     return code;
                 }
             }
@@ -155,6 +156,12 @@ int find_models(json_object* request, json_object* answer, rows_as form)
 
 } // namespace
 
+int add_models(json_object* request, const char* kind_name, const char* timestamp_text, report_use use)
+{
+    return guarded_ingest(model_ingest, request, kind_name, timestamp_text,
+                          [&] { return walk_models(request, kind_name, timestamp_text, use); });
+}
+
 unsigned int query_models(json_object* request, json_object*& answer, rows_as form)
 {
     return guarded_query(model_query, request, answer, [&] { return find_models(request, answer, form); });
@@ -164,11 +171,8 @@ unsigned int query_models(json_object* request, json_object*& answer, rows_as fo
 
 unsigned int add_model_metadata(json_object* request, char* kind_name, char* timestamp_text)
 {
-    if (request == nullptr || kind_name == nullptr || timestamp_text == nullptr) {
-        return korvane::result_null_request;
-    }
     return static_cast<unsigned int>(
-        korvane::guarded(__func__, [&] { return korvane::add_models(request, kind_name, timestamp_text); }));
+        korvane::add_models(request, kind_name, timestamp_text, korvane::report_use::read));
 }
 
 unsigned int query_model_metadata(json_object* request, json_object*& answer)

@@ -4,6 +4,7 @@
 #include "dispatch/query_steps.h"
 #include "log/korvane_log.h"
 #include "store/ai_CDataBaseComm.h"
+#include "store/record_requests.h"
 #include "util/fixed_text.h"
 #include "util/guarded.h"
 #include "util/time_conversions.h"
@@ -22,17 +23,17 @@ constexpr ingest_log counting_ingest{"add_people_counting_metadata", {}};
 constexpr report_keys counting_keys{"appID", "appName", "version"};
 
 /// Stores one counted line or zone.
-int add_counts(json_object* object, const report_header& report, const result_header& result)
+int add_counts(json_owner object, const report_header& report, const result_header& result)
 {
-    json_object* count_in = json_member(object, "people_count_in");
+    json_object* count_in = json_member(object.get(), "people_count_in");
     if (count_in == nullptr) {
         return missing_member(counting_ingest, __LINE__, "people_count_in");
     }
-    json_object* count_out = json_member(object, "people_count_out");
+    json_object* count_out = json_member(object.get(), "people_count_out");
     if (count_out == nullptr) {
         return missing_member(counting_ingest, __LINE__, "people_count_out");
     }
-    json_object* position = json_array_member(object, "position");
+    json_object* position = json_array_member(object.get(), "position");
     if (position == nullptr) {
         return missing_member(counting_ingest, __LINE__, "position");
     }
@@ -41,18 +42,18 @@ int add_counts(json_object* object, const report_header& report, const result_he
         return code;
     }
     fill_header(record, report, result, abort_if_long);
-    abort_if_long(record.description, json_text(json_member(object, "description")), "description");
+    abort_if_long(record.description, json_text(json_member(object.get(), "description")), "description");
     record.people_count_in = json_object_get_int(count_in);
     record.people_count_out = json_object_get_int(count_out);
 
-    const int code = ai_CDataBaseComm().add_people_counting_metadata(record);
+    const int code = store_people_counting(record, std::move(object));
     if (code != 0) {
         log_debug("[korvane](%s:%d) add people counting metadata failed", counting_ingest.function, __LINE__);
     }
     return code;
 }
 
-int add_all_counts(json_object* request, const char* kind_name, const char* timestamp_text)
+int walk_counts(json_object* request, const char* kind_name, const char* timestamp_text, report_use use)
 {
     report_header report;
     if (const int code =
@@ -69,8 +70,8 @@ int add_all_counts(json_object* request, const char* kind_name, const char* time
             if (!json_object_is_type(list, json_type_array)) {
                 return missing_member(counting_ingest, __LINE__, "objects");
             }
-            for (json_object* object : json_elements(list)) {
-                if (const int code = add_counts(object, report, result)) {
+            for (json_owner object : report_objects(list, use)) {
+                if (const int code = add_counts(std::move(object), report, result)) {
                     return code;
                 }
             }
@@ -242,6 +243,13 @@ int delete_counts(char* timestamp)
 
 } // namespace
 
+int add_people_counting(json_object* request, const char* kind_name, const char* timestamp_text,
+                        report_use use)
+{
+    return guarded_ingest(counting_ingest, request, kind_name, timestamp_text,
+                          [&] { return walk_counts(request, kind_name, timestamp_text, use); });
+}
+
 unsigned int query_people_counting(json_object* request, json_object*& answer, rows_as form)
 {
     return guarded_query(counting_query, request, answer,
@@ -252,11 +260,7 @@ unsigned int query_people_counting(json_object* request, json_object*& answer, r
 
 int add_people_counting_metadata(json_object* request, char* kind_name, char* timestamp_text)
 {
-    if (request == nullptr || kind_name == nullptr || timestamp_text == nullptr) {
-        return korvane::as_int(korvane::result_null_request);
-    }
-    return korvane::guarded(__func__,
-                            [&] { return korvane::add_all_counts(request, kind_name, timestamp_text); });
+    return korvane::add_people_counting(request, kind_name, timestamp_text, korvane::report_use::read);
 }
 
 unsigned int query_people_counting_metadata(json_object* query, json_object*& answer)

@@ -1,7 +1,10 @@
 #include "codec/face.h"
 #include "store/ai_CDataBaseComm.h"
+#include "store/record_requests.h"
 #include "store/store_exchange.h"
 #include "util/guarded.h"
+
+#include <utility>
 
 namespace {
 
@@ -13,20 +16,21 @@ constexpr int no_confidence = -2;
 
 } // namespace
 
+int korvane::store_face(const face_recognition_metadata_information& record, json_owner source)
+{
+    return post_record("add_face_metadata", path, record, write_face, std::move(source));
+}
+
 int ai_CDataBaseComm::add_face_metadata(face_recognition_metadata_information& record)
 {
-    return korvane::guarded(__func__, [&] {
-        std::string body;
-        korvane::write_face(record, body);
-        return korvane::post_to_store(path, body);
-    });
+    return korvane::store_face(record, nullptr);
 }
 
 int ai_CDataBaseComm::check_remove_face_metadata(long threshold)
 {
     return korvane::guarded(__func__, [&] {
         std::string body = "{\"threshold\":\"" + std::to_string(threshold) + "\"}";
-        return korvane::post_to_store(threshold_path, body);
+        return korvane::post_to_store(threshold_path, body, nullptr);
     });
 }
 

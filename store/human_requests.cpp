@@ -1,7 +1,10 @@
 #include "codec/human.h"
 #include "store/ai_CDataBaseComm.h"
+#include "store/record_requests.h"
 #include "store/store_exchange.h"
 #include "util/guarded.h"
+
+#include <utility>
 
 namespace {
 
@@ -9,13 +12,14 @@ constexpr const char* path = "/third_party/human_detect";
 
 } // namespace
 
+int korvane::store_human(const human_detection_metadata_information& record, json_owner source)
+{
+    return post_record("add_human_metadata", path, record, write_human, std::move(source));
+}
+
 int ai_CDataBaseComm::add_human_metadata(human_detection_metadata_information& record)
 {
-    return korvane::guarded(__func__, [&] {
-        std::string body;
-        korvane::write_human(record, body);
-        return korvane::post_to_store(path, body);
-    });
+    return korvane::store_human(record, nullptr);
 }
 
 // The lists by value, as the interface has them.

@@ -1,7 +1,10 @@
 #include "codec/model.h"
 #include "store/ai_CDataBaseComm.h"
+#include "store/record_requests.h"
 #include "store/store_exchange.h"
 #include "util/guarded.h"
+
+#include <utility>
 
 namespace {
 
@@ -9,13 +12,14 @@ constexpr const char* path = "/third_party/model_importer";
 
 } // namespace
 
+int korvane::store_model(const model_importer_metadata_information& record, json_owner source)
+{
+    return post_record("add_model_metadata", path, record, write_model, std::move(source));
+}
+
 int ai_CDataBaseComm::add_model_metadata(model_importer_metadata_information& record)
 {
-    return korvane::guarded(__func__, [&] {
-        std::string body;
-        korvane::write_model(record, body);
-        return korvane::post_to_store(path, body);
-    });
+    return korvane::store_model(record, nullptr);
 }
 
 // The lists by value, as the interface has them.

@@ -1,7 +1,10 @@
 #include "codec/people_counting.h"
 #include "store/ai_CDataBaseComm.h"
+#include "store/record_requests.h"
 #include "store/store_exchange.h"
 #include "util/guarded.h"
+
+#include <utility>
 
 namespace {
 
@@ -9,13 +12,15 @@ constexpr const char* path = "/third_party/people_counting";
 
 } // namespace
 
+int korvane::store_people_counting(const people_counting_metadata_information& record, json_owner source)
+{
+    return post_record("add_people_counting_metadata", path, record, write_people_counting,
+                       std::move(source));
+}
+
 int ai_CDataBaseComm::add_people_counting_metadata(people_counting_metadata_information& record)
 {
-    return korvane::guarded(__func__, [&] {
-        std::string body;
-        korvane::write_people_counting(record, body);
-        return korvane::post_to_store(path, body);
-    });
+    return korvane::store_people_counting(record, nullptr);
 }
 
 int ai_CDataBaseComm::get_people_counting_metadata(char* query_type, char* channel_sid,

@@ -126,7 +126,8 @@ int read_body(TTCPSession& session, line_buffer& chunk, long length, std::string
     return ok;
 }
 
-int exchange(int port, const char* request_head, std::string& body, std::string& reply, int timeout)
+int exchange(int port, const char* request_head, std::string& body, std::string& reply, int timeout,
+             korvane::json_owner& spent)
 {
     std::string request = make_request(request_head, port, body.size());
     char host[sizeof loopback]; // the session's class is not ours: it may write to its host text
@@ -138,6 +139,7 @@ int exchange(int port, const char* request_head, std::string& body, std::string&
     if (!send(session, request) || (!body.empty() && !send(session, body))) {
         return not_sent;
     }
+    spent.reset();
     line_buffer line;
     if (const int failure = read_status(session, line)) {
         return failure;
@@ -154,5 +156,12 @@ int send_RESTful_req(int port, char* request_head, std::string& body, std::strin
     if (request_head == nullptr) {
         return korvane::as_int(korvane::result_null_request);
     }
-    return korvane::guarded(__func__, [&] { return exchange(port, request_head, body, reply, timeout); });
+    return korvane::exchange_with_store(port, request_head, body, reply, timeout, nullptr);
+}
+
+int korvane::exchange_with_store(int port, const char* request_head, std::string& body, std::string& reply,
+                                 int timeout, json_owner spent)
+{
+    return guarded("send_RESTful_req",
+                   [&] { return exchange(port, request_head, body, reply, timeout, spent); });
 }

@@ -1,6 +1,8 @@
 // One HTTP/1.1 request and its response, over a connection of its own.
 #pragma once
 
+#include "util/json_members.h"
+
 #include <string>
 
 /// Sends `request_head` (method, blank, path and query) with the fixed headers and, when it is not empty,
@@ -13,3 +15,11 @@
 ///
 /// On -1 to -4 `reply` keeps what it held.
 int send_RESTful_req(int port, char* request_head, std::string& body, std::string& reply, int timeout);
+
+namespace korvane {
+
+/// The same; `spent` is freed between the request and its response, at the latest at the end.
+int exchange_with_store(int port, const char* request_head, std::string& body, std::string& reply,
+                        int timeout, json_owner spent);
+
+} // namespace korvane

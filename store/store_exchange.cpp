@@ -2,7 +2,6 @@
 
 #include "log/korvane_log.h"
 #include "store/send_restful_req.h"
-#include "util/json_members.h"
 #include "util/result.h"
 
 namespace korvane {
@@ -28,12 +27,13 @@ int send_line(request_line& line, std::string& reply)
 
 } // namespace
 
-int post_to_store(const char* path, std::string& body)
+int post_to_store(const char* path, std::string& body, json_owner spent)
 {
     std::string head = "POST ";
     head.append(path);
     std::string reply;
-    const int transport = send_RESTful_req(store_port, head.data(), body, reply, store_timeout);
+    const int transport =
+        exchange_with_store(store_port, head.c_str(), body, reply, store_timeout, std::move(spent));
     if (reply.empty()) {
         return no_reply_body;
     }

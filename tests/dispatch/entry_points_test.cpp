@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <locale.h>
 
 namespace korvane::test {
 
@@ -138,6 +139,49 @@ TEST_F(entry_points, give_answers_of_any_length)
     const query_outcome outcome = query(question);
     EXPECT_EQ(outcome.code, 0);
     EXPECT_EQ(outcome.answer, R"({ "count": 5000, "metadatalist": [ )" + answers + " ] }");
+}
+
+TEST_F(entry_points, leave_the_threads_locale_as_it_was)
+{
+    const locale_t own = newlocale(LC_NUMERIC_MASK, "C.UTF-8", nullptr);
+    ASSERT_NE(own, locale_t{});
+    scripted_store store;
+    for (const locale_t used : {own, LC_GLOBAL_LOCALE}) {
+        uselocale(used);
+        EXPECT_EQ(insert(report), 0);
+        EXPECT_EQ(uselocale(locale_t{}), used);
+        store.reply_with(json_reply(one_row));
+        EXPECT_EQ(query(question).answer, one_row_answer);
+        EXPECT_EQ(uselocale(locale_t{}), used);
+        EXPECT_EQ(insert("no JSON"), code(result_bad_request));
+        EXPECT_EQ(uselocale(locale_t{}), used);
+    }
+    freelocale(own);
+}
+
+TEST_F(entry_points, store_any_integer_as_timestamp_within_64_bits)
+{
+    const struct {
+        const char* reported;
+        const char* stored;
+    } cases[] = {
+        {"-1", "-1"},
+        {"1700000000000", "1700000000000"},
+        {"9223372036854775806", "9223372036854775806"},
+        {"9223372036854775807", "9223372036854775807"},
+        {"9223372036854775808", "9223372036854775807"},
+        {"18446744073709551615", "9223372036854775807"},
+        {"99999999999999999999", "9223372036854775807"},
+        {"-9223372036854775808", "-9223372036854775808"},
+        {"-9223372036854775809", "-9223372036854775808"},
+    };
+    scripted_store store;
+    for (const auto& c : cases) {
+        EXPECT_EQ(insert(std::string(R"({"timestamp":)") + c.reported + report.substr(report.find(','))), 0);
+        EXPECT_NE(last_request(store).find(std::string(R"("timestamp":")") + c.stored + '"'),
+                  std::string::npos)
+            << c.reported << ": " << last_request(store);
+    }
 }
 
 TEST_F(entry_points, leave_no_descriptor_open_in_a_thousand_calls)

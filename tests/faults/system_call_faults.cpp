@@ -71,7 +71,7 @@ int error_of_call(const char* name, const char* path = "")
     scene& now = *active;
     ++now.calls;
     if (now.seen.calls.size() < now.seen.calls.capacity()) { // what is seen must not need memory
-        system_call call{name, {}, 0};
+        system_call call{name, {}, 0, heap_blocks_of_this_thread()};
         std::strncat(call.path, path, sizeof call.path - 1);
         now.seen.calls.push_back(call);
     }

@@ -31,6 +31,7 @@ struct system_call {
     const char* name; ///< "recv"
     char path[48];    ///< of the file that the call names; empty for the other calls
     long result;      ///< what the caller got
+    long long blocks; ///< that the caller held on the heap; always 0 under a sanitizer
 };
 
 /// What a piece of work did and left behind.
