@@ -8,8 +8,10 @@
 #include "store/ai_CDataBaseComm.h"
 #include "store/record_requests.h"
 #include "util/fixed_text.h"
-#include "util/guarded.h"
+#include "util/result.h"
 #include "util/time_conversions.h"
+
+#include <utility>
 
 namespace korvane {
 
@@ -43,15 +45,14 @@ double read_age(json_object* tube)
 }
 
 /// Stores one face and has the store keep its faces within bounds.
-int add_face(json_owner tube, const report_header& report, const result_header& result,
-             std::string_view provider_id)
+int add_face(json_object* tube, const report_header& report, const result_header& result,
+             std::string_view provider_id, json_owner spent)
 {
     face_recognition_metadata_information record;
-    if (const int code =
-            read_vertices(json_array_member(tube.get(), "position"), face_ingest, record.positions)) {
+    if (const int code = read_vertices(json_array_member(tube, "position"), face_ingest, record.positions)) {
         return code;
     }
-    const auto text = [&tube](const char* key) { return json_text(json_member(tube.get(), key)); };
+    const auto text = [tube](const char* key) { return json_text(json_member(tube, key)); };
     refuse_if_long copy;
     fill_header(record, report, result, copy);
     copy(record.provider_id, provider_id, "provider_id");
@@ -67,13 +68,13 @@ int add_face(json_owner tube, const report_header& report, const result_header& 
     if (copy.refused()) {
         return refused_text(face_ingest.function, __LINE__, copy);
     }
-    if (json_object* registered = json_member(tube.get(), "registered")) {
+    if (json_object* registered = json_member(tube, "registered")) {
         record.registered = json_object_get_boolean(registered) != 0;
     }
-    record.confidence = read_confidence(tube.get());
-    record.age = read_age(tube.get());
+    record.confidence = read_confidence(tube);
+    record.age = read_age(tube);
 
-    if (const int code = store_face(record, std::move(tube))) {
+    if (const int code = store_face(record, std::move(spent))) {
         log_debug("[korvane](%s:%d) add face metadata failed", face_ingest.function, add_line);
         return code;
     }
@@ -98,8 +99,8 @@ int walk_faces(json_object* request, const char* kind_name, const char* timestam
         if (tubes == nullptr) {
             return missing_member(face_ingest, tubes_line, "tubes");
         }
-        for (json_owner tube : report_objects(tubes, use)) {
-            if (const int code = add_face(std::move(tube), report, result, provider_id)) {
+        for (report_object tube : report_objects(tubes, use)) {
+            if (const int code = add_face(tube.value, report, result, provider_id, std::move(tube.spent))) {
                 return code;
             }
         }

@@ -6,7 +6,9 @@
 #include "store/ai_CDataBaseComm.h"
 #include "store/record_requests.h"
 #include "util/fixed_text.h"
-#include "util/guarded.h"
+#include "util/result.h"
+
+#include <utility>
 
 namespace korvane {
 
@@ -16,18 +18,18 @@ constexpr ingest_log human_ingest{"add_human_metadata", {}};
 constexpr report_keys human_keys{"appID", "appName", "version"};
 
 /// Stores one detected person.
-int add_human(json_owner object, const report_header& report, const result_header& result)
+int add_human(json_object* object, const report_header& report, const result_header& result, json_owner spent)
 {
     human_detection_metadata_information record;
     json_object* position =
-        json_array_member(object.get(), "position"); // a person without one is stored all the same
+        json_array_member(object, "position"); // a person without one is stored all the same
     if (const int code = read_vertices(position, human_ingest, record.positions)) {
         return code;
     }
     fill_header(record, report, result, abort_if_long);
-    abort_if_long(record.description, json_text(json_member(object.get(), "description")), "description");
+    abort_if_long(record.description, json_text(json_member(object, "description")), "description");
 
-    const int code = store_human(record, std::move(object));
+    const int code = store_human(record, std::move(spent));
     if (code != 0) {
         log_debug("[korvane](%s:%d) add human metadata failed", human_ingest.function, __LINE__);
     }
@@ -52,8 +54,8 @@ int walk_humans(json_object* request, const char* kind_name, const char* timesta
                           human_ingest.function, __LINE__);
                 return as_int(result_bad_request);
             }
-            for (json_owner object : report_objects(list, use)) {
-                if (const int code = add_human(std::move(object), report, result)) {
+            for (report_object object : report_objects(list, use)) {
+                if (const int code = add_human(object.value, report, result, std::move(object.spent))) {
                     return code;
                 }
             }

@@ -6,9 +6,11 @@
 #include "util/fixed_text.h"
 #include "util/guarded.h"
 #include "util/json_members.h"
+#include "util/result.h"
 
 #include <korvane/metadata_records.h>
 
+#include <cstddef>
 #include <string_view>
 #include <vector>
 
@@ -78,8 +80,13 @@ struct result_header {
 
 result_header read_result(json_object* result, const report_header& report);
 
-/// The objects of a report's list, each as an owner, for a range-based loop. It is the only owner where the report is used
-/// up: whoever has it last frees the object.
+/// An object of a report, and where the report is used up its owner, to be handed on to whoever needs it last.
+struct report_object {
+    json_object* value;
+    json_owner spent;
+};
+
+/// The objects of a report's list, for a range-based loop.
 class report_objects {
 public:
     report_objects(json_object* list, report_use use)
@@ -92,7 +99,7 @@ public:
         report_objects& objects;
         std::size_t index;
 
-        json_owner operator*() const { return objects.own(index); }
+        report_object operator*() const { return objects.at(index); }
         void operator++() { ++index; }
         bool operator!=(std::size_t end) const { return index != end; }
     };
@@ -101,10 +108,10 @@ public:
     std::size_t end() const { return elements_.size(); }
 
 private:
-    json_owner own(std::size_t index)
+    report_object at(std::size_t index)
     {
-        return use_ == report_use::use_up ? elements_.take(index)
-                                          : json_owner(json_object_get(elements_[index]));
+        json_object* value = elements_[index];
+        return {value, use_ == report_use::use_up ? elements_.take(index) : nullptr};
     }
 
     json_elements elements_;

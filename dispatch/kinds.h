@@ -1,4 +1,4 @@
-// The handlers of each kind, as the entry points call them.
+// The handlers of each kind.
 //
 // An ingest handler gets the whole parsed request, the kind's name and the request's timestamp text, and
 // walks all of "results"; a query handler gets the whole parsed request and an empty answer object, to which

@@ -7,8 +7,10 @@
 #include "store/ai_CDataBaseComm.h"
 #include "store/record_requests.h"
 #include "util/fixed_text.h"
-#include "util/guarded.h"
+#include "util/result.h"
 #include "util/six_decimals.h"
+
+#include <utility>
 
 namespace korvane {
 
@@ -32,10 +34,10 @@ double read_confidence(json_object* object)
 }
 
 /// Stores one detected object.
-int add_model(json_owner object, const report_header& report, const result_header& result)
+int add_model(json_object* object, const report_header& report, const result_header& result, json_owner spent)
 {
     model_importer_metadata_information record;
-    json_object* position = json_array_member(object.get(), "position");
+    json_object* position = json_array_member(object, "position");
     if (position == nullptr) {
         return missing_member(model_ingest, __LINE__, "position");
     }
@@ -44,14 +46,14 @@ int add_model(json_owner object, const report_header& report, const result_heade
     }
     refuse_if_long copy;
     fill_header(record, report, result, copy);
-    copy(record.description, json_text(json_member(object.get(), "description")), "description");
-    copy(record.object_name, json_text(json_member(object.get(), "object_name")), "object_name");
+    copy(record.description, json_text(json_member(object, "description")), "description");
+    copy(record.object_name, json_text(json_member(object, "object_name")), "object_name");
     if (copy.refused()) {
         return refused_text(model_ingest.function, __LINE__, copy);
     }
-    record.confidence = read_confidence(object.get());
+    record.confidence = read_confidence(object);
 
-    const int code = store_model(record, std::move(object));
+    const int code = store_model(record, std::move(spent));
     if (code != 0) {
         log_debug("[korvane](%s:%d) add model metadata failed", model_ingest.function, __LINE__);
     }
@@ -74,8 +76,8 @@ int walk_models(json_object* request, const char* kind_name, const char* timesta
             if (!json_object_is_type(list, json_type_array)) {
                 return missing_member(model_ingest, __LINE__, "objects");
             }
-            for (json_owner object : report_objects(list, use)) {
-                if (const int code = add_model(std::move(object), report, result)) {
+            for (report_object object : report_objects(list, use)) {
+                if (const int code = add_model(object.value, report, result, std::move(object.spent))) {
                     return code;
                 }
             }

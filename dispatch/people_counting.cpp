@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <utility>
 
 namespace korvane {
 
@@ -23,17 +24,18 @@ constexpr ingest_log counting_ingest{"add_people_counting_metadata", {}};
 constexpr report_keys counting_keys{"appID", "appName", "version"};
 
 /// Stores one counted line or zone.
-int add_counts(json_owner object, const report_header& report, const result_header& result)
+int add_counts(json_object* object, const report_header& report, const result_header& result,
+               json_owner spent)
 {
-    json_object* count_in = json_member(object.get(), "people_count_in");
+    json_object* count_in = json_member(object, "people_count_in");
     if (count_in == nullptr) {
         return missing_member(counting_ingest, __LINE__, "people_count_in");
     }
-    json_object* count_out = json_member(object.get(), "people_count_out");
+    json_object* count_out = json_member(object, "people_count_out");
     if (count_out == nullptr) {
         return missing_member(counting_ingest, __LINE__, "people_count_out");
     }
-    json_object* position = json_array_member(object.get(), "position");
+    json_object* position = json_array_member(object, "position");
     if (position == nullptr) {
         return missing_member(counting_ingest, __LINE__, "position");
     }
@@ -42,11 +44,11 @@ int add_counts(json_owner object, const report_header& report, const result_head
         return code;
     }
     fill_header(record, report, result, abort_if_long);
-    abort_if_long(record.description, json_text(json_member(object.get(), "description")), "description");
+    abort_if_long(record.description, json_text(json_member(object, "description")), "description");
     record.people_count_in = json_object_get_int(count_in);
     record.people_count_out = json_object_get_int(count_out);
 
-    const int code = store_people_counting(record, std::move(object));
+    const int code = store_people_counting(record, std::move(spent));
     if (code != 0) {
         log_debug("[korvane](%s:%d) add people counting metadata failed", counting_ingest.function, __LINE__);
     }
@@ -70,8 +72,8 @@ int walk_counts(json_object* request, const char* kind_name, const char* timesta
             if (!json_object_is_type(list, json_type_array)) {
                 return missing_member(counting_ingest, __LINE__, "objects");
             }
-            for (json_owner object : report_objects(list, use)) {
-                if (const int code = add_counts(std::move(object), report, result)) {
+            for (report_object object : report_objects(list, use)) {
+                if (const int code = add_counts(object.value, report, result, std::move(object.spent))) {
                     return code;
                 }
             }

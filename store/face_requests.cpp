@@ -16,9 +16,9 @@ constexpr int no_confidence = -2;
 
 } // namespace
 
-int korvane::store_face(const face_recognition_metadata_information& record, json_owner source)
+int korvane::store_face(const face_recognition_metadata_information& record, json_owner spent)
 {
-    return post_record("add_face_metadata", path, record, write_face, std::move(source));
+    return post_record("add_face_metadata", path, record, write_face, std::move(spent));
 }
 
 int ai_CDataBaseComm::add_face_metadata(face_recognition_metadata_information& record)

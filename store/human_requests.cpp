@@ -12,9 +12,9 @@ constexpr const char* path = "/third_party/human_detect";
 
 } // namespace
 
-int korvane::store_human(const human_detection_metadata_information& record, json_owner source)
+int korvane::store_human(const human_detection_metadata_information& record, json_owner spent)
 {
-    return post_record("add_human_metadata", path, record, write_human, std::move(source));
+    return post_record("add_human_metadata", path, record, write_human, std::move(spent));
 }
 
 int ai_CDataBaseComm::add_human_metadata(human_detection_metadata_information& record)

@@ -12,9 +12,9 @@ constexpr const char* path = "/third_party/model_importer";
 
 } // namespace
 
-int korvane::store_model(const model_importer_metadata_information& record, json_owner source)
+int korvane::store_model(const model_importer_metadata_information& record, json_owner spent)
 {
-    return post_record("add_model_metadata", path, record, write_model, std::move(source));
+    return post_record("add_model_metadata", path, record, write_model, std::move(spent));
 }
 
 int ai_CDataBaseComm::add_model_metadata(model_importer_metadata_information& record)

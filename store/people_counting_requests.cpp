@@ -12,10 +12,9 @@ constexpr const char* path = "/third_party/people_counting";
 
 } // namespace
 
-int korvane::store_people_counting(const people_counting_metadata_information& record, json_owner source)
+int korvane::store_people_counting(const people_counting_metadata_information& record, json_owner spent)
 {
-    return post_record("add_people_counting_metadata", path, record, write_people_counting,
-                       std::move(source));
+    return post_record("add_people_counting_metadata", path, record, write_people_counting, std::move(spent));
 }
 
 int ai_CDataBaseComm::add_people_counting_metadata(people_counting_metadata_information& record)

@@ -156,11 +156,11 @@ int send_RESTful_req(int port, char* request_head, std::string& body, std::strin
     if (request_head == nullptr) {
         return korvane::as_int(korvane::result_null_request);
     }
-    return korvane::exchange_with_store(port, request_head, body, reply, timeout, nullptr);
+    return korvane::send_and_release(port, request_head, body, reply, timeout, nullptr);
 }
 
-int korvane::exchange_with_store(int port, const char* request_head, std::string& body, std::string& reply,
-                                 int timeout, json_owner spent)
+int korvane::send_and_release(int port, const char* request_head, std::string& body, std::string& reply,
+                              int timeout, json_owner spent)
 {
     return guarded("send_RESTful_req",
                    [&] { return exchange(port, request_head, body, reply, timeout, spent); });

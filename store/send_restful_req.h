@@ -19,7 +19,7 @@ int send_RESTful_req(int port, char* request_head, std::string& body, std::strin
 namespace korvane {
 
 /// The same; `spent` is freed between the request and its response, at the latest at the end.
-int exchange_with_store(int port, const char* request_head, std::string& body, std::string& reply,
-                        int timeout, json_owner spent);
+int send_and_release(int port, const char* request_head, std::string& body, std::string& reply, int timeout,
+                     json_owner spent);
 
 } // namespace korvane

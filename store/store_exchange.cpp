@@ -33,7 +33,7 @@ int post_to_store(const char* path, std::string& body, json_owner spent)
     head.append(path);
     std::string reply;
     const int transport =
-        exchange_with_store(store_port, head.c_str(), body, reply, store_timeout, std::move(spent));
+        send_and_release(store_port, head.c_str(), body, reply, store_timeout, std::move(spent));
     if (reply.empty()) {
         return no_reply_body;
     }

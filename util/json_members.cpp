@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <locale.h>
@@ -198,11 +197,7 @@ std::string_view json_text(json_object* value, integer_text& room)
     if (!json_object_is_type(value, json_type_int)) {
         return json_text(value);
     }
-    const std::int64_t number = json_object_get_int64(value);
-    const bool may_be_larger = number == INT64_MAX; // as an unsigned one
-    char* last = room.data() + room.size();
-    const char* end = may_be_larger ? std::to_chars(room.data(), last, json_object_get_uint64(value)).ptr
-                                    : std::to_chars(room.data(), last, number).ptr;
+    const char* end = std::to_chars(room.data(), room.data() + room.size(), json_object_get_int64(value)).ptr;
     return {room.data(), static_cast<std::size_t>(end - room.data())};
 }
 

@@ -72,10 +72,11 @@ bool is_json_scalar(json_object* value);
 /// A value's text as json-c gives it, valid as long as the value; empty for null.
 std::string_view json_text(json_object* value);
 
-/// Room for the text of any integer of JSON.
+/// Room for the text of any signed integer of 64 bits.
 using integer_text = std::array<char, 20>;
 
-/// The same; an integer's text stands in `room`. json-c's printer of it is three blocks, 2 % of an insert's instructions.
+/// The same, but an integer's text stands in `room`, and beyond 64 signed bits it is the nearest within them. json-c's printer
+/// would be three blocks, 2 % of an insert's instructions.
 std::string_view json_text(json_object* value, integer_text& room);
 
 /// A value's text as a block that the host releases with free; throws std::bad_alloc.
@@ -122,14 +123,16 @@ public:
     json_object* operator[](std::size_t index) const { return json_object_array_get_idx(array_, index); }
     std::size_t size() const { return array_ ? json_object_array_length(array_) : 0; }
 
-    /// An element that is the caller's from now on. Null stays in its place, but for the last: json-c would let a full
-    /// array grow to put it there.
+    /// An element, which must be there, is the caller's from now on. Null stays in its place, but for the last: json-c would
+    /// let a full array grow to put it there.
     json_owner take(std::size_t index)
     {
         json_owner element(json_object_get((*this)[index]));
-        const bool last = index + 1 == size();
-        last ? json_object_array_del_idx(array_, index, 1)
-             : json_object_array_put_idx(array_, index, nullptr);
+        if (index + 1 == size()) {
+            json_object_array_del_idx(array_, index, 1);
+        } else {
+            json_object_array_put_idx(array_, index, nullptr);
+        }
         return element;
     }
 

@@ -12,7 +12,7 @@
 //     at once. A call makes one connection to 127.0.0.1:10158 per store request and waits at most 300 seconds for each
 //     step of it.
 //     In a host with threads, fork between calls, or start another program in the child: a child forked while another
-//     thread tells the local time, in a query or for a log line, can wait for ever in its own first call.
+//     thread is inside any call but an insert, or writes a log line, can wait for ever in such a call of its own.
 //  5. Nothing throws. One thing ends the process, after a line on standard error that says which text it was: a text that
 //     is too long where the interface demands it. These are "timestamp" (23 characters) in every report; the texts of
 //     human detection and people counting reports; the corners "x1" to "y4" (32) of queries; "channel_sid" (32),

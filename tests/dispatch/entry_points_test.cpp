@@ -148,7 +148,10 @@ TEST_F(entry_points, leave_the_threads_locale_as_it_was)
     scripted_store store;
     for (const locale_t used : {own, LC_GLOBAL_LOCALE}) {
         uselocale(used);
-        EXPECT_EQ(insert(report), 0);
+        EXPECT_EQ(
+            insert(R"({"timestamp":1,"channel_sid":"door","results":[{"function_name":"HumanDetection",)"
+                   R"("objects":[[{"position":[{"x":"0.5","y":0.5}]}]]}]})"),
+            0);
         EXPECT_EQ(uselocale(locale_t{}), used);
         store.reply_with(json_reply(one_row));
         EXPECT_EQ(query(question).answer, one_row_answer);

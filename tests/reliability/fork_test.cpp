@@ -34,6 +34,7 @@ int call_all(const std::vector<call_result>& expected, int mark)
     return told.empty() ? 0 : 1;
 }
 
+/// Makes the sample calls that are chosen; says how many failed.
 template <class Choice>
 int failures_of(Choice choice)
 {
@@ -46,7 +47,7 @@ int failures_of(Choice choice)
     return failures;
 }
 
-/// What is silent and keeps no request, or memory would run out; says how many failed.
+/// What is silent and keeps no request, or memory would run out.
 int call_much()
 {
     url_encode("Iğdır & Ann"); // a face query's, without its lines in the log
@@ -55,7 +56,7 @@ int call_much()
     });
 }
 
-/// A report of each kind; says how many failed.
+/// A report of each kind.
 int store_reports()
 {
     return failures_of([](const sample_call& call) {
@@ -160,6 +161,7 @@ TEST_F(reliability_fork, while_threads_wait_for_the_store_lets_the_child_call)
     }
 }
 
+/// What else an insert may lock; the lock of a parse is seen more surely below.
 TEST_F(reliability_fork, while_threads_store_lets_the_child_call)
 {
     const answering_store store;
@@ -167,7 +169,7 @@ TEST_F(reliability_fork, while_threads_store_lets_the_child_call)
     const busy_threads threads(store_reports);
     const int children = by_length(40, 500);
     for (int i = 0; i < children; ++i) {
-        EXPECT_EQ(end_of(start_in_child(patience, [&] { return call_all(expected, 6); })), "");
+        ASSERT_EQ(end_of(start_in_child(patience, [&] { return call_all(expected, 6); })), "");
     }
     EXPECT_GT(threads.rounds(), children);
     EXPECT_EQ(threads.failures(), 0);

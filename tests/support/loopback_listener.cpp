@@ -26,7 +26,7 @@ sockaddr_in loopback(int port)
 
 } // namespace
 
-loopback_listener::loopback_listener(int port, int waiting)
+loopback_listener::loopback_listener(int port, int backlog)
     : handle_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
     const int reuse = 1;
@@ -34,7 +34,7 @@ loopback_listener::loopback_listener(int port, int waiting)
     sockaddr_in address = loopback(port);
     auto* generic = reinterpret_cast<sockaddr*>(&address);
     socklen_t size = sizeof address;
-    if (bind(handle_, generic, size) != 0 || listen(handle_, waiting) != 0 ||
+    if (bind(handle_, generic, size) != 0 || listen(handle_, backlog) != 0 ||
         getsockname(handle_, generic, &size) != 0) {
         const std::string reason = std::strerror(errno);
         close(handle_);

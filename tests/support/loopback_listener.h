@@ -7,9 +7,9 @@ namespace korvane::test {
 
 class loopback_listener {
 public:
-    /// `port` 0 takes a free one; `waiting` connections more than one may wait to be accepted. Throws std::runtime_error
+    /// `port` 0 takes a free one; one connection more than `backlog` may wait to be accepted. Throws std::runtime_error
     /// when it cannot listen.
-    loopback_listener(int port, int waiting);
+    loopback_listener(int port, int backlog);
     ~loopback_listener();
     loopback_listener(const loopback_listener&) = delete;
     loopback_listener& operator=(const loopback_listener&) = delete;
@@ -17,7 +17,7 @@ public:
     int handle() const { return handle_; }
     int port() const { return port_; }
 
-    /// From now on, where none may wait, a connection is not even answered.
+    /// From now on, with a backlog of 0, a connection is not even answered.
     void fill_queue();
 
     /// Those that fill it end.

@@ -145,8 +145,8 @@ void scripted_store::wait_until_idle(std::unique_lock<std::mutex>& lock)
 {
     // A connection whose other side is done already may still wait to be accepted: then the listener is
     // readable.
-    pollfd waiting{listener_->handle(), POLLIN, 0};
-    while (thread_.joinable() && (busy_ || poll(&waiting, 1, 0) > 0)) {
+    pollfd waiting{listener_ ? listener_->handle() : -1, POLLIN, 0};
+    while (listener_ && (busy_ || poll(&waiting, 1, 0) > 0)) {
         idle_.wait_for(lock, std::chrono::milliseconds(1));
     }
 }
