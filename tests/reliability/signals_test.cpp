@@ -204,8 +204,12 @@ TEST_F(reliability_signals, that_come_while_the_connection_is_made_end_no_wait)
         });
     }
     const interrupted_host host;
+    const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(insert(report), 0);
-    EXPECT_GT(alarms, 200) << "the connection was made at once";
+    // The kernel tries again after a second; the store alone would answer after 300 ms.
+    EXPECT_GT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900))
+        << "the connection was made at once";
+    EXPECT_GT(alarms, 20); // a thousand, where the machine has time for them
     server.join();
 }
 
