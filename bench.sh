@@ -11,7 +11,7 @@ Installs what is missing, builds the preset "release" and runs the benchmarks in
 Prints tables and leaves every round as JSON in build/bench/.
 
   --quick   few short rounds, about 30 seconds: to see that all runs, not for figures to quote (full: about 5 minutes)
-  --store   instead, 100,000 reports through korvane insert and korvane-store, about 3 minutes
+  --store   instead, 100,000 reports through korvane insert and korvane-store, in turns, about 3 minutes
   --help    this text
 END
 }

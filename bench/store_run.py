@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
-"""Times `korvane insert` of many reports through the real korvane-store, beside what the store takes of the same bodies
-posted by bare calls (times in us a report), and lists where the time of `korvane insert` goes. Runs in the sandbox.
+"""Times `korvane insert` of many reports through the real korvane-store, in turns with the same bodies posted by bare
+calls, which is what the store takes (times in us a report; medians of the turns), and lists where the time of `korvane
+insert` goes. Runs in the sandbox.
 
     tools/sandbox.sh bench/store_run.py BUILD_FOLDER OUT_FOLDER REPORTS"""
 import os
 import pathlib
 import shutil
+import statistics
 import subprocess
 import sys
 import time
@@ -14,6 +16,8 @@ from tables import print_table, write_json
 
 BUILD, OUT, REPORTS = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]), int(sys.argv[3])
 HOST, STORE, BENCH = (BUILD / "tools/korvane/korvane", BUILD / "tools/store/korvane-store", BUILD / "bench/store_bench")
+TURNS = 10
+TURN_REPORTS = REPORTS // TURNS
 FEED = pathlib.Path("/tmp/reports.jsonl")
 
 
@@ -33,17 +37,43 @@ def usage_of(process):
     return usage
 
 
-def timed(name, *command):
-    """One run against a store of its own, as a row."""
-    print(f"\n{name} ...", flush=True)
+def one_turn(*command):
+    """Seconds, and the client's and the store's times a report, of one command against a store of its own."""
     store = start_store()
     begin = time.monotonic()
-    client = usage_of(subprocess.Popen([str(word) for word in command]))
+    client = usage_of(subprocess.Popen([str(word) for word in command], stdout=subprocess.DEVNULL))
     seconds = time.monotonic() - begin
     store.terminate()
     server = usage_of(store)
     times = (seconds, client.ru_utime, client.ru_stime, server.ru_utime + server.ru_stime)
-    return [name, round(REPORTS / seconds), *(one * 1e6 / REPORTS for one in times)]
+    return [one * 1e6 / TURN_REPORTS for one in times]
+
+
+def row_of(name, turns, rival_turns):
+    """The medians of a side's turns, and the quartiles of its rate as a multiple of the rival's in the same turn."""
+    medians = [statistics.median(column) for column in zip(*turns)]
+    ratios = [theirs[0] / ours[0] for ours, theirs in zip(turns, rival_turns)]
+    first, ratio, third = statistics.quantiles(ratios, n=4, method="inclusive")
+    return [name, round(1e6 / medians[0]), *medians, ratio, first, third]
+
+
+def compare_rates():
+    """All sides in turns, who begins changing each time: the machine's speed changes within minutes."""
+    sides = {"korvane insert": (HOST, "insert", FEED)}
+    for connections in (1, 2, 8):
+        sides[f"bare calls, connections at a time: {connections}"] = (BENCH, "post", TURN_REPORTS, connections)
+    turns = {name: [] for name in sides}
+    order = list(sides)
+    for turn in range(TURNS):
+        print(f"turn {turn + 1} of {TURNS} ...", file=sys.stderr, flush=True)
+        for name in order:
+            turns[name].append(one_turn(*sides[name]))
+        order.append(order.pop(0))
+    heads = [f"{TURNS} x {TURN_REPORTS:,} reports of 1 person", "reports/s", "us a report", "client, user space",
+             "client, kernel", "store", "rate / insert's", "1st quartile", "3rd quartile"]
+    rows = [row_of(name, turns[name], turns["korvane insert"]) for name in sides]
+    print_table(heads, rows)
+    write_json(OUT / "store.json", heads, rows)
 
 
 def list_functions():
@@ -55,7 +85,7 @@ def list_functions():
     samples = "/tmp/perf.data"
     store = start_store()
     recorded = subprocess.run(["perf", "record", "-q", "-e", "cpu-clock:u", "-F", "999", "-o", samples,
-                               HOST, "insert", FEED], capture_output=True, text=True)
+                               HOST, "insert", *[FEED] * TURNS], capture_output=True, text=True)
     store.terminate()
     store.wait()
     if recorded.returncode != 0:
@@ -70,14 +100,10 @@ def list_functions():
         write_json(OUT / f"store_{name}.json", heads, rows)
 
 
-print(f"writing {REPORTS:,} reports ...", flush=True)
+if REPORTS % TURNS != 0:
+    sys.exit(f"store_run.py: {REPORTS} reports; expected a multiple of {TURNS}")
+print(f"writing {TURN_REPORTS:,} reports ...", file=sys.stderr, flush=True)
 with FEED.open("w") as feed:
-    subprocess.run([BENCH, "reports", str(REPORTS)], stdout=feed, check=True)
-ROWS = [timed("korvane insert", HOST, "insert", FEED)]
-for connections in (1, 2, 8):
-    ROWS.append(timed(f"bare calls, connections at a time: {connections}", BENCH, "post", REPORTS, connections))
-HEADS = [f"{REPORTS:,} reports of 1 person", "reports/s", "us a report", "client, user space", "client, kernel",
-         "store"]
-print_table(HEADS, ROWS)
-write_json(OUT / "store.json", HEADS, ROWS)
+    subprocess.run([BENCH, "reports", str(TURN_REPORTS)], stdout=feed, check=True)
+compare_rates()
 list_functions()
