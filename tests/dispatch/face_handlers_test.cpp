@@ -146,10 +146,11 @@ TEST_F(face_ingest_handler, names_the_first_of_several_texts_that_do_not_fit)
 {
     std::set<std::string> short_texts;
     for (const char* name :
-         {"app_id", "app_name", "brand", "model", "channel_sid", "model_version", "task_name", "provider_id",
-          "status", "person_id", "stranger_id", "group_name", "gender"}) {
+         {"app_id", "app_name", "brand", "model", "function_name", "channel_sid", "model_version",
+          "task_name", "provider_id", "status", "person_id", "stranger_id", "group_name", "gender"}) {
         clear_debug_log();
-        EXPECT_EQ(add(overlong_report(short_texts).c_str()), code(result_bad_request));
+        const std::string kind_name(short_texts.count("function_name") ? 5 : 600, 'k');
+        EXPECT_EQ(add(overlong_report(short_texts).c_str(), kind_name), code(result_bad_request));
         const std::string line =
             "add_face_metadata(#)- [korvane] " + std::string(name) + " has 600 characters";
         EXPECT_EQ(debug_log_texts().at(0).substr(0, line.size()), line);
