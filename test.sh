@@ -2,7 +2,7 @@
 # Builds and checks everything, from a bare Debian 12 or Ubuntu machine: installs what is missing (with sudo where needed),
 # then format, compilers, tests, sanitizers, binary interface and static analysis. Nothing outside this folder is touched.
 #
-#   ./test.sh              everything (about a quarter of an hour on two cores the first time)
+#   ./test.sh              everything (15 to 22 minutes on two cores)
 #   ./test.sh --quick      format, the tests by g++ without sanitizers, and the binary interface
 #   ./test.sh --coverage   line and branch coverage of the library, as build/coverage/report/index.html
 set -euo pipefail
